@@ -1,0 +1,462 @@
+/*
+ * ku.h: the interface and the manual of libku, a finite-domain constraint solver.
+ *
+ * A client creates variables whose values are limited to intervals or sets of integers, posts constraints on them and
+ * asks a search driver for solutions. A constraint narrows the domains of its variables when it is posted, and again on
+ * every later change; search assigns values depth first and undoes all that from a trail when a choice fails.
+ *
+ * A whole program, which colours the map of Australia with three colours:
+ *
+ *     #include <ku.h>
+ *
+ *     int main(void)
+ *     {
+ *       static const char* name[7] = {"WA", "NT", "SA", "Q", "NSW", "V", "T"};
+ *       static const int border[9][2] = {{0, 1}, {0, 2}, {1, 2}, {1, 3}, {2, 3}, {2, 4}, {2, 5}, {3, 4}, {4, 5}};
+ *       CSint* state[7];
+ *
+ *       cs_init();
+ *       for (int i = 0; i < 7; i++)
+ *         state[i] = cs_createNamedCSint(1, 3, name[i]);
+ *       for (int i = 0; i < 9; i++)
+ *         if (!cs_Neq(state[border[i][0]], state[border[i][1]]))
+ *           return 1;
+ *       if (cs_search(state, 7, cs_findFreeVarNbElements))
+ *         cs_printf("%A\n", state, 7);
+ *       cs_end();
+ *       return 0;
+ *     }
+ *
+ * It prints: WA: 1, NT: 2, SA: 3, Q: 1, NSW: 2, V: 1, T: 1
+ *
+ * What holds throughout
+ *
+ *   One solver. There is one solver in a process, without a handle, and it serves one thread. Between cs_init and
+ *   cs_end variables, constraints, contexts and searches may follow each other in any order. Before cs_init and after
+ *   cs_end only cs_init, cs_end, cs_getVersion, cs_getErr, cs_setErr, cs_initErr, cs_setErrHandler and cs_freeDomain
+ *   may be called.
+ *
+ *   Values are 32-bit signed. Where a bound can leave that range, the function says whether it saturates or wraps.
+ *   A variable's range (max - min + 1) should stay below 2^31: the count of its values is kept in 32 bits and wraps.
+ *
+ *   Results. A function that can fail returns an int, 0 for failure, or a pointer, null for failure. Failure of a
+ *   constraint is no error: it means that no solution is left here. The variables stay partly narrowed, and the
+ *   constraint stays attached, until a context that was saved before is restored.
+ *
+ *   Errors are three: the value of a free variable was asked for, a sum overflowed, memory ran out. See cs_setErrHandler.
+ *
+ *   Names. Two capitals (cs_EQ, cs_LT) relate a variable to a number; one capital (cs_Eq, cs_Lt) relates variables. A V
+ *   after cs_ marks a variadic form: a count, then that many variables.
+ *
+ *   Callbacks must return: no exception and no longjmp may leave one. A callback that answers yes or no returns an int
+ *   of which the low 8 bits count: 256 is a no.
+ *
+ *   Null variables, arrays shorter than the count that is passed, and variables from before the last cs_end are the
+ *   caller's fault and aren't checked.
+ *
+ * Words used below. "Forward checking": a constraint removes values only once a variable is instantiated. "Bounds
+ * consistency": each bound is supported by the bounds of the other variables; holes are not looked at. "Domain
+ * consistency": each value is supported.
+ */
+#ifndef KU_H
+#define KU_H
+
+#include <stdint.h>
+#include <stdio.h>
+
+#if defined(_WIN32)
+#define CS_API
+#else
+#define CS_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+struct Domain;
+struct Tconstraint;
+
+/*
+ * A constrained integer variable. Its values are the integers of _min.._max without those whose bit is off in _domain.
+ * Clients may read the fields; only the library writes them.
+ */
+typedef struct CSint
+{
+  int32_t _initMin;                 /* bounds at creation */
+  int32_t _initMax;                 /* */
+  int32_t _min;                     /* smallest value */
+  int32_t _max;                     /* largest value */
+  struct Domain* _domain;           /* bit-set, or null while no value between the bounds was ever removed */
+  int32_t _nbElements;              /* number of values; 1 when the variable is instantiated */
+  int32_t _nbConstraints;           /* attachments ever made; restoring doesn't lower it */
+  char* _name;                      /* or null */
+  struct Tconstraint* _constraints; /* attached constraints, newest first */
+  int32_t _propMin;                 /* bounds that the constraints were last told */
+  int32_t _propMax;                 /* */
+} CSint;
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Start and end
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * Starts the solver. When it is already running, only the error handlers go back to their defaults and the error code
+ * to 0: calls don't nest, and one cs_end ends them all. Test cs_getErr afterwards: CS_ERR_NO_MEMORY means that the start
+ * failed; the process isn't ended in that case.
+ */
+CS_API void cs_init(void);
+
+/*
+ * Ends the solver and frees all that it holds: variables, constraints, names, arrays of cs_createCSintArray, profilers.
+ * Nothing is undone: no function of cs_backtrack runs. The locator goes back to the default. Nothing happens when the
+ * solver is down. It may be started again; counters of the last search stay readable.
+ */
+CS_API void cs_end(void);
+
+/* The library's version, "3.8.0". */
+CS_API const char* cs_getVersion(void);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Errors
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+#define CS_ERR_GETVALUE (-1)  /* cs_getValue of a variable that isn't instantiated */
+#define CS_ERR_OVERFLOW (-2)  /* an arithmetic overflow in a linear sum */
+#define CS_ERR_NO_MEMORY (-3) /* a failed allocation, anywhere */
+
+/*
+ * Called when an error occurred, with the code already set: the variable for CS_ERR_GETVALUE, else null, and the extra
+ * pointer given to cs_setErrHandler. It may return; the failing function then goes on and answers 0 or null (and
+ * cs_getValue the lower bound).
+ */
+typedef void (*CSerrHandler)(CSint* variable, void* extra);
+
+/*
+ * Installs the handler of one error. A null handler puts the default back, which writes the variable to the error
+ * stream (CS_ERR_GETVALUE), does nothing (CS_ERR_OVERFLOW) or aborts (CS_ERR_NO_MEMORY). `extra` is stored in any case.
+ * Another code changes nothing. cs_init puts all the defaults back: install handlers after it.
+ *
+ * With a handler for CS_ERR_NO_MEMORY that returns, the functions that have no way of telling a failure need the memory
+ * all the same: cs_saveContext, cs_restoreAndSaveContext (and with them the search drivers), cs_backtrack and
+ * cs_backtrackExt don't survive a failed allocation; and a variable whose removal of an inner value failed for lack of
+ * memory must not be restored past that point. Such a handler should end the process or prepare for its end.
+ */
+CS_API void cs_setErrHandler(int code, CSerrHandler handler, void* extra);
+
+/* The code of the last error, or 0. Success doesn't clear it; cs_initErr and cs_init do. */
+CS_API int cs_getErr(void);
+
+/* Stores any code; no handler is called. */
+CS_API void cs_setErr(int code);
+
+/* Sets the code to 0. */
+CS_API void cs_initErr(void);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Variables
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* A new constant: a variable with the one value. Null when out of memory. */
+CS_API CSint* CSINT(int value);
+
+/*
+ * A new variable with the values min..max. Null when min > max or out of memory. Like all variables it lives until
+ * cs_end, also when it was made inside a context that was restored.
+ */
+CS_API CSint* cs_createCSint(int min, int max);
+
+/* The same with a name, which is copied. The name must not be null. */
+CS_API CSint* cs_createNamedCSint(int min, int max, const char* name);
+
+/*
+ * An array of `count` new variables with the values min..max. The array belongs to the trail: don't free it, and don't
+ * use it after the context in which it was made has been restored or accepted (forgetting a context keeps it). The
+ * variables live on. Null when min > max or out of memory; with count < 1 an empty array.
+ */
+CS_API CSint** cs_createCSintArray(int count, int min, int max);
+
+/*
+ * A new variable with the listed values, in any order; duplicates count once. The list isn't kept. Null when count < 1
+ * or out of memory. Memory: one bit for each integer between the smallest and the largest value.
+ */
+CS_API CSint* cs_createCSintFromDomain(const int* values, int count);
+
+CS_API int cs_isFree(const CSint* variable);         /* 1 when it has more than one value */
+CS_API int cs_isInstantiated(const CSint* variable); /* 1 when it has one value */
+CS_API int cs_isIn(const CSint* variable, int value);
+CS_API int cs_getMin(const CSint* variable);
+CS_API int cs_getMax(const CSint* variable);
+CS_API int cs_getNbElements(const CSint* variable); /* number of values */
+
+/* Attachments of constraints ever made to the variable. Restoring a context doesn't lower it. */
+CS_API int cs_getNbConstraints(const CSint* variable);
+
+/* The variable's own copy of the name, or null. */
+CS_API const char* cs_getName(const CSint* variable);
+
+/*
+ * Copies `name` (not null) into the variable and returns the copy. A name no longer than the present one goes into the
+ * same buffer. Null when out of memory. Names aren't undone by contexts.
+ */
+CS_API const char* cs_setName(CSint* variable, const char* name);
+
+/* The value of an instantiated variable. For a free one: CS_ERR_GETVALUE, then, if the handler returns, the minimum. */
+CS_API int cs_getValue(const CSint* variable);
+
+/*
+ * The smallest value above `value`, or 2147483647 when there is none. A loop over a domain:
+ *     for (int x = cs_getMin(v);; x = cs_getNextValue(v, x)) { ...; if (x == cs_getMax(v)) break; }
+ */
+CS_API int cs_getNextValue(const CSint* variable, int value);
+
+/* The largest value below `value`, or -2147483648 when there is none. */
+CS_API int cs_getPreviousValue(const CSint* variable, int value);
+
+/*
+ * A new array of the domain's values, ascending, cs_getNbElements of them. Free it with cs_freeDomain, at any time. Null
+ * when out of memory.
+ */
+CS_API int* cs_getDomain(const CSint* variable);
+
+/* Frees an array of cs_getDomain; null is accepted. */
+CS_API void cs_freeDomain(int* values);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Printing
+ *
+ * As printf and fprintf, with three conversions more, a single capital letter without flags or width:
+ *     %D  a CSint*                the domain: 5, {3, 4}, {3..9}, {1, 2, 4..7}
+ *     %T  a CSint*                the name, a colon and a blank if it has one, then the domain
+ *     %A  a CSint** and an int    the variables as by %T, with ", " between them
+ * Each other conversion takes one integer or pointer: floating-point arguments and a `*` for a width aren't supported.
+ * A doubled percent sign comes out single behind a standard conversion (in "%d%%"), but stays doubled at the front of
+ * the format and behind %D, %T and %A.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+CS_API void cs_printf(const char* format, ...);
+CS_API void cs_fprintf(FILE* stream, const char* format, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Contexts
+ *
+ * A context is a mark on the trail. Restoring it brings back every domain, every attachment and the client's own data
+ * as they were at the mark; accepting it keeps the changes for good, also for the enclosing contexts; forgetting it
+ * hands the changes to the enclosing context. Contexts are a stack and have labels: the outermost is 1. What is done
+ * while no context exists is never undone.
+ *
+ *              changes                     functions of cs_backtrack     arrays of cs_createCSintArray
+ *     restore  undone                      run, newest first             freed
+ *     accept   stand, whatever comes       never run                     freed
+ *     forget   belong to the outer one     wait for the outer one        live on
+ *
+ * Saves and pops must be balanced. A restore, accept or forget with no context on the stack, or an Until form with a
+ * label below 1, is a fault of the caller that the solver doesn't survive.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Saves a context and returns its label, which is the new depth of the stack. */
+CS_API int cs_saveContext(void);
+
+CS_API void cs_restoreContext(void);       /* restores the innermost context */
+CS_API void cs_acceptContext(void);        /* accepts the innermost context */
+CS_API void cs_forgetSaveContext(void);    /* forgets the innermost context */
+
+/* The same for all contexts down to and including `label`; nothing happens when the stack is lower than that. */
+CS_API void cs_restoreContextUntil(int label);
+CS_API void cs_acceptContextUntil(int label);
+CS_API void cs_forgetSaveContextUntil(int label);
+
+/* The same for all contexts; nothing happens when there is none. */
+CS_API void cs_restoreAll(void);
+CS_API void cs_acceptAll(void);
+
+/* Restores the innermost context and saves it anew, under the same label. */
+CS_API void cs_restoreAndSaveContext(void);
+
+/* Called with the client's data and value when the trail is undone past the registration. */
+typedef void (*CSbacktrack)(void* data, int value);
+typedef void (*CSbacktrackExt)(void* data, int64_t value);
+
+/*
+ * Registers a function that runs once when the innermost context, or one around it, is restored. The solver doesn't
+ * look at `data`, and frees nothing. Functions run in the reverse order of registration, between the undoing of the
+ * changes made before and after them.
+ */
+CS_API void cs_backtrack(void* data, int value, CSbacktrack function);
+CS_API void cs_backtrackExt(void* data, int64_t value, CSbacktrackExt function);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Unary constraints
+ *
+ * They narrow the variable at once and leave nothing attached. The result is 1 when the constraint holds afterwards.
+ * Domain consistent. Each change runs the propagation of all constraints on the variable.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+CS_API int cs_EQ(CSint* variable, int value);  /* variable = value */
+CS_API int cs_NEQ(CSint* variable, int value); /* variable != value; the first inner hole makes a bit-set */
+CS_API int cs_LE(CSint* variable, int value);  /* variable <= value */
+CS_API int cs_GE(CSint* variable, int value);  /* variable >= value */
+CS_API int cs_LT(CSint* variable, int value);  /* variable < value; value - 1 wraps: no effect for -2147483648 */
+CS_API int cs_GT(CSint* variable, int value);  /* variable > value; value + 1 wraps: no effect for 2147483647 */
+
+/*
+ * The variable takes one of the `count` values, in any order, with duplicates or not; the array isn't kept. With
+ * count < 1 it fails and changes nothing. Cost: the size of the domain times `count`.
+ */
+CS_API int cs_InArray(CSint* variable, const int* values, int count);
+
+/* The variable takes none of the `count` values. With count < 1 it holds. */
+CS_API int cs_NotInArray(CSint* variable, const int* values, int count);
+
+/* low <= variable <= high. With low > high it fails, and the minimum may stay raised. */
+CS_API int cs_InInterval(CSint* variable, int low, int high);
+
+/* The variable lies outside low..high. With low > high it holds. The values go one by one: cost high - low + 1. */
+CS_API int cs_NotInInterval(CSint* variable, int low, int high);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Binary relations
+ *
+ * 1 when the relation can hold as far as its strength sees, 0 when it fails or memory ran out. cs_Neq, cs_Lt and cs_Gt
+ * of a variable with itself fail, cs_Eq, cs_Le and cs_Ge hold; in both cases nothing is attached.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+CS_API int cs_Eq(CSint* x, CSint* y);  /* x = y, domain consistent */
+CS_API int cs_Neq(CSint* x, CSint* y); /* x != y, forward checking */
+CS_API int cs_Le(CSint* x, CSint* y);  /* x <= y, bounds consistent */
+CS_API int cs_Ge(CSint* x, CSint* y);  /* x >= y, bounds consistent */
+
+/*
+ * x < y and x > y, bounds consistent. The bound plus or minus one wraps at the edge of 32 bits: with x fixed to
+ * 2147483647 and y fixed to -2147483648 cs_Lt(x, y) succeeds. Keep one of the bounds inside the range.
+ */
+CS_API int cs_Lt(CSint* x, CSint* y);
+CS_API int cs_Gt(CSint* x, CSint* y);
+
+/*
+ * The variables are pairwise different. Forward checking, and a span test: the values between the smallest minimum and
+ * the largest maximum of all must be at least `size` (some witnesses are tested, not at each change the true extremes).
+ * No reasoning on Hall intervals. The array is kept by reference and must stay as it is, and alive, as long as the
+ * constraint lives. With size < 1 it holds and posts nothing.
+ *
+ * The span is 32-bit arithmetic that wraps: it must be below 2^31 or the constraint fails. A variable that stands twice
+ * in the array fails when it is instantiated at posting, and isn't noticed when it becomes so later.
+ */
+CS_API int cs_AllNeq(CSint** variables, int size);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Search
+ *
+ * A driver asks a variable selector for a free variable, tries its values in ascending order, each in a context of its
+ * own, and recurses; when the selector finds no free variable that is a solution. What is left:
+ *
+ *     solution found         1   one context for each decision stays saved, the values are readable
+ *     exhausted              0   contexts and domains as on entry
+ *     fail limit reached     0   contexts stay saved, domains as at that failure
+ *     cancelled              0   contexts stay saved, unbalanced; the domains are a mixture
+ *
+ * So save a context before and restore it afterwards, whatever came out:
+ *     int label = cs_saveContext();
+ *     if (cs_search(vars, n, cs_findFreeVar)) use(vars);
+ *     cs_restoreContextUntil(label);
+ *
+ * The depth of the recursion is the number of decisions on a branch, one of them for each variable that isn't fixed by
+ * propagation; each takes well under 200 bytes of stack. A driver allocates nothing. One search runs at a time; one
+ * entered from a callback clears the counters and the cancel flag of the outer one.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * Selects the next variable to instantiate out of the `n` variables that the driver was given, or returns null when all
+ * of them are instantiated: that is a solution. Called once at every level before anything else. It may read anything
+ * and may call cs_cancelSearch. Returning an instantiated variable costs a level and makes no progress.
+ */
+typedef CSint* (*CSfindFreeVar)(CSint** variables, int n);
+
+/* Called at each solution of cs_findAll, which undoes the solution afterwards. It may call cs_cancelSearch. */
+typedef void (*CSfound)(CSint** variables, int n);
+
+/* Finds the first solution: 1, or 0. */
+CS_API int cs_search(CSint** variables, int n, CSfindFreeVar findFreeVar);
+
+/* The same, and gives up when `fails` values have failed; with fails < 1 without limit. */
+CS_API int cs_searchFail(CSint** variables, int n, CSfindFreeVar findFreeVar, int fails);
+
+/*
+ * As cs_search, with the n variables as arguments and the selector after them. n below 1 counts as 1. The array that the
+ * selector is given lives only during the call. 0 also when out of memory.
+ */
+CS_API int cs_Vsearch(int n, CSint* first, ...);
+
+/* Visits all solutions, in the order in which repeated search would find them. 1 if there was at least one. */
+CS_API int cs_findAll(CSint** variables, int n, CSfindFreeVar findFreeVar, CSfound found);
+
+/*
+ * Makes the running driver return 0 at its next choice point. May be called from callbacks and from a signal handler.
+ * A driver clears the request on entry.
+ */
+CS_API void cs_cancelSearch(void);
+
+/* Values that failed, and values tried, since the last driver was entered. 32-bit counters that wrap. */
+CS_API int cs_getNbFails(void);
+CS_API int cs_getNbChoicePoints(void);
+
+/* Writes both counters and the capacity of the trail, in records. */
+CS_API void cs_printStats(void);
+CS_API void cs_fprintStats(FILE* stream);
+
+/* The selectors. All return null when n < 1 or no variable is free, and take the first of equal candidates. */
+CS_API CSint* cs_findFreeVar(CSint** variables, int n);              /* the first free variable */
+CS_API CSint* cs_findFreeVarNbElements(CSint** variables, int n);    /* the fewest values */
+CS_API CSint* cs_findFreeVarNbElementsMin(CSint** variables, int n); /* the fewest values, then the smallest minimum */
+CS_API CSint* cs_findFreeVarNbConstraints(CSint** variables, int n); /* the most constraints ever attached */
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Attribution and profiling
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Says in whose name a constraint is posted: a text, copied at once, or null for none. */
+typedef const char* (*CSlocator)(void* extra);
+
+/*
+ * Each posting asks a locator for a text, which the profiler shows beside the constraint. The default locator captures
+ * the stack and names the caller of the entry point; that costs some microseconds for each posting, so a client that
+ * posts very many constraints should install a cheap locator of its own. `format` (not null) is copied and says in
+ * the report how the text is to be read. A null locator puts the default back; the other arguments are then ignored.
+ */
+CS_API void cs_setProfilerLocator(const char* format, CSlocator locator, void* extra);
+
+/*
+ * A profiler counts, for each constraint posted (by entry point and locator text), the calls of its handlers and how
+ * many of these failed, while it is enabled. Several may exist and be enabled at once.
+ */
+typedef struct Profiler Profiler;
+
+#define CS_PROFILER_CONSTRAINTS 0 /* the one kind of profiler */
+
+/* A new profiler, disabled. Null for an unknown kind and when out of memory. It lives until cs_end. */
+CS_API Profiler* cs_createProfiler(int kind);
+
+/* Switches counting on and off. Each does nothing when it is already so. */
+CS_API void cs_enableProfiler(Profiler* profiler);
+CS_API void cs_disableProfiler(Profiler* profiler);
+
+/*
+ * Takes the profiler out of the solver's lists, so that it counts no more. Disable it first: the deletion of an enabled
+ * one leaves profiling switched on. The record stays readable and its memory stays taken, also after cs_end.
+ */
+CS_API void cs_deleteProfiler(Profiler* profiler);
+
+/*
+ * Writes the report: a header of labelled lines, the line "__DATA__", then a row for each constraint that was counted:
+ * locator text, entry point, calls, failures, with tabs between them, in no particular order.
+ */
+CS_API void cs_profilerWrite(Profiler* profiler, FILE* stream);
+
+/* The same into a new file. Returns what fclose returned, and 0 also when the file can't be opened. */
+CS_API int cs_profilerWriteFile(Profiler* profiler, const char* path);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KU_H */
