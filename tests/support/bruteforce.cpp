@@ -524,7 +524,11 @@ class RowTest : public testing::Test
 {
 public:
   explicit RowTest(const Row& row) : _row(row) {}
-  void TestBody() override { EXPECT_EQ(faultOf(_row), ""); }
+  void TestBody() override
+  {
+    if (std::string fault = faultOf(_row); !fault.empty())
+      ADD_FAILURE() << fault;
+  }
 
 private:
   Row _row;
