@@ -396,10 +396,10 @@ static PropagationRecord* enqueue(CSint* variable, uint32_t event, int32_t value
   else if (!(record = takeRecord(_pq._heap)))
     return nullptr;
   *record = {._variable = variable,
-             ._event = event,
-             ._value = value,
-             ._attachments = variable->_constraints,
-             ._nextRecord = nullptr};
+      ._event = event,
+      ._value = value,
+      ._attachments = variable->_constraints,
+      ._nextRecord = nullptr};
   if (_pq._head)
     _pq._tail->_nextRecord = record;
   else
@@ -472,8 +472,8 @@ static void dropQueue()
 
 /// Ends a flush whose handler for `failed` answered no. The listeners for failure hear of it from `flagged` on, in the
 /// list in which that one lies, and are given the failing change.
-[[gnu::noinline]] static void failFlush(CSint* variable, size_t event, int32_t old, int32_t now, Tconstraint* failed,
-                                        Tconstraint* flagged)
+[[gnu::noinline]] static void failFlush(
+    CSint* variable, size_t event, int32_t old, int32_t now, Tconstraint* failed, Tconstraint* flagged)
 {
   ConstraintInfo* info = failed->_constraint->_info;
   for (Tconstraint* t = flagged; t; t = t->_next)

@@ -20,16 +20,16 @@
 void _rcsIntInit(CSint* variable, int32_t min, int32_t max)
 {
   *variable = {._initMin = min,
-               ._initMax = max,
-               ._min = min,
-               ._max = max,
-               ._domain = nullptr,
-               ._nbElements = wrapCount(min, max),
-               ._nbConstraints = 0,
-               ._name = nullptr,
-               ._constraints = nullptr,
-               ._propMin = min,
-               ._propMax = max};
+      ._initMax = max,
+      ._min = min,
+      ._max = max,
+      ._domain = nullptr,
+      ._nbElements = wrapCount(min, max),
+      ._nbConstraints = 0,
+      ._name = nullptr,
+      ._constraints = nullptr,
+      ._propMin = min,
+      ._propMax = max};
 }
 
 void _rcsIntDestroy(CSint* variable)
