@@ -439,8 +439,8 @@ void Bench::searchOver(const Vars& order, CSfindFreeVar select, bool sameOrder)
 void Bench::search()
 {
   // A functional constraint fixes its result once the arguments are known.
-  Vars inOrder(_distinct.begin(),
-               _row.value ? std::find(_distinct.begin(), _distinct.end(), _results[0]) : _distinct.end());
+  Vars inOrder(
+      _distinct.begin(), _row.value ? std::find(_distinct.begin(), _distinct.end(), _results[0]) : _distinct.end());
   searchOver(inOrder, cs_findFreeVar, true);
   Vars shuffled = _distinct;
   for (size_t i = shuffled.size(); i > 1; i--)
@@ -547,8 +547,8 @@ private:
 int bruteForce(const char* suite, const std::vector<Row>& rows, const char* file, int line)
 {
   for (const Row& row : rows)
-    testing::RegisterTest(suite, row.name, nullptr, nullptr, file, line,
-                          [row]() -> testing::Test* { return new RowTest(row); });
+    testing::RegisterTest(
+        suite, row.name, nullptr, nullptr, file, line, [row]() -> testing::Test* { return new RowTest(row); });
   return int(rows.size());
 }
 

@@ -123,8 +123,8 @@ std::string faultOfTrial(const Row& row, uint64_t number, bool* hasSolution = nu
 std::string faultOf(const Row& row);
 
 /// Registers a test for each row.
-int bruteForce(const char* suite, const std::vector<Row>& rows, const char* file = __builtin_FILE(),
-               int line = __builtin_LINE());
+int bruteForce(
+    const char* suite, const std::vector<Row>& rows, const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
 } // namespace kit
 

@@ -17,8 +17,8 @@ int Spy::handle(CSint* variable, Tconstraint* t, int32_t old, int32_t now)
   return !spy || spy->record(event, variable, t->_index, old, now);
 }
 
-const Handler Spy::_handlers[6] = {handle<NewMin>,   handle<NewMax>, handle<NewMinEq>,
-                                   handle<NewMaxEq>, handle<Eq>,     handle<Neq>};
+const Handler Spy::_handlers[6] = {
+    handle<NewMin>, handle<NewMax>, handle<NewMinEq>, handle<NewMaxEq>, handle<Eq>, handle<Neq>};
 
 void Spy::destroy(void* data)
 {
