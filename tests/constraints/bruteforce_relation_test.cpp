@@ -29,11 +29,11 @@ using Unary = int (*)(CSint*, int);
 static Row unary(const char* name, Unary post, Test holds)
 {
   return {.name = name,
-          .vars = {{.size = 9}},
-          .prepare = drawOne,
-          .post = [=](Trial& t) { return post(t.x[0], t.p[0]); },
-          .holds = holds,
-          .strength = Strength::domain};
+      .vars = {{.size = 9}},
+      .prepare = drawOne,
+      .post = [=](Trial& t) { return post(t.x[0], t.p[0]); },
+      .holds = holds,
+      .strength = Strength::domain};
 }
 
 static const auto unaries =
@@ -45,29 +45,29 @@ static const auto unaries =
                             unary("LT", cs_LT, [](auto& v, auto& p) { return v[0] < p[0]; }),
                             unary("GT", cs_GT, [](auto& v, auto& p) { return v[0] > p[0]; }),
                             {.name = "InArray",
-                             .vars = {{.size = 9}},
-                             .prepare = drawSome,
-                             .post = [](Trial& t) { return cs_InArray(t.x[0], t.p.data(), int(t.p.size())); },
-                             .holds = [](auto& v, auto& p) { return listed(p, v[0]); },
-                             .strength = Strength::domain},
+                                .vars = {{.size = 9}},
+                                .prepare = drawSome,
+                                .post = [](Trial& t) { return cs_InArray(t.x[0], t.p.data(), int(t.p.size())); },
+                                .holds = [](auto& v, auto& p) { return listed(p, v[0]); },
+                                .strength = Strength::domain},
                             {.name = "NotInArray",
-                             .vars = {{.size = 9}},
-                             .prepare = drawSome,
-                             .post = [](Trial& t) { return cs_NotInArray(t.x[0], t.p.data(), int(t.p.size())); },
-                             .holds = [](auto& v, auto& p) { return !listed(p, v[0]); },
-                             .strength = Strength::domain},
+                                .vars = {{.size = 9}},
+                                .prepare = drawSome,
+                                .post = [](Trial& t) { return cs_NotInArray(t.x[0], t.p.data(), int(t.p.size())); },
+                                .holds = [](auto& v, auto& p) { return !listed(p, v[0]); },
+                                .strength = Strength::domain},
                             {.name = "InInterval",
-                             .vars = {{.size = 9}},
-                             .prepare = drawInterval,
-                             .post = [](Trial& t) { return cs_InInterval(t.x[0], t.p[0], t.p[1]); },
-                             .holds = [](auto& v, auto& p) { return p[0] <= v[0] && v[0] <= p[1]; },
-                             .strength = Strength::domain},
+                                .vars = {{.size = 9}},
+                                .prepare = drawInterval,
+                                .post = [](Trial& t) { return cs_InInterval(t.x[0], t.p[0], t.p[1]); },
+                                .holds = [](auto& v, auto& p) { return p[0] <= v[0] && v[0] <= p[1]; },
+                                .strength = Strength::domain},
                             {.name = "NotInInterval",
-                             .vars = {{.size = 9}},
-                             .prepare = drawInterval,
-                             .post = [](Trial& t) { return cs_NotInInterval(t.x[0], t.p[0], t.p[1]); },
-                             .holds = [](auto& v, auto& p) { return v[0] < p[0] || v[0] > p[1]; },
-                             .strength = Strength::domain},
+                                .vars = {{.size = 9}},
+                                .prepare = drawInterval,
+                                .post = [](Trial& t) { return cs_NotInInterval(t.x[0], t.p[0], t.p[1]); },
+                                .holds = [](auto& v, auto& p) { return v[0] < p[0] || v[0] > p[1]; },
+                                .strength = Strength::domain},
                         });
 
 using Binary = int (*)(CSint*, CSint*);
@@ -75,11 +75,11 @@ using Binary = int (*)(CSint*, CSint*);
 static Row binary(const char* name, Binary post, Test holds, Strength strength, Rule exact)
 {
   return {.name = name,
-          .vars = {{.count = {2, 2}, .size = 9}},
-          .post = [=](Trial& t) { return post(t.x[0], t.x[1]); },
-          .holds = holds,
-          .strength = strength,
-          .exact = exact};
+      .vars = {{.count = {2, 2}, .size = 9}},
+      .post = [=](Trial& t) { return post(t.x[0], t.x[1]); },
+      .holds = holds,
+      .strength = strength,
+      .exact = exact};
 }
 
 // The rule for the arguments the other way round.
@@ -103,7 +103,7 @@ static const auto relations = bruteForce(
                     binary(
                         "Gt", cs_Gt, [](auto& v, auto&) { return v[0] > v[1]; }, Strength::bounds, swapped(naive::lt)),
                     {.name = "AllNeq",
-                     .vars = {{.count = {1, 5}, .twice = 0}},
-                     .post = [](Trial& t) { return cs_AllNeq(t.x.data(), int(t.x.size())); },
-                     .holds = different},
+                        .vars = {{.count = {1, 5}, .twice = 0}},
+                        .post = [](Trial& t) { return cs_AllNeq(t.x.data(), int(t.x.size())); },
+                        .holds = different},
                 });

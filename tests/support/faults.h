@@ -30,9 +30,12 @@ struct FaultRow
   bool undo = true;                             ///< the context may be restored after the failure
 };
 
+/// The text of the first fault, or empty.
+std::string faultOf(const FaultRow& row, bool withCheapLocator);
+
 /// Registers two tests for each row, one for each locator.
 int faults(const char* suite, const std::vector<FaultRow>& rows, const char* file = __builtin_FILE(),
-           int line = __builtin_LINE());
+    int line = __builtin_LINE());
 
 } // namespace kit
 

@@ -82,10 +82,10 @@ int post(Version version, CSint* x, CSint* y)
 Row rowOf(Version version)
 {
   return {.name = "lt",
-          .vars = {{.count = {2, 2}, .twice = 0}},
-          .post = [=](Trial& t) { return post(version, t.x[0], t.x[1]); },
-          .holds = [](auto& v, auto&) { return v[0] < v[1]; },
-          .exact = naive::lt};
+      .vars = {{.count = {2, 2}, .twice = 0}},
+      .post = [=](Trial& t) { return post(version, t.x[0], t.x[1]); },
+      .holds = [](auto& v, auto&) { return v[0] < v[1]; },
+      .exact = naive::lt};
 }
 
 testing::AssertionResult says(const std::string& fault, const char* part)
@@ -124,17 +124,17 @@ TEST(BruteForce, MeasuresStrength)
   EXPECT_TRUE(says(faultOf(notWoken), "by the exact rule"));
 
   Row neq = {.name = "neq",
-             .vars = {{.count = {2, 2}, .twice = 0}},
-             .post = [](Trial& t) { return cs_Neq(t.x[0], t.x[1]); },
-             .holds = [](auto& v, auto&) { return v[0] != v[1]; },
-             .strength = Strength::domain};
+      .vars = {{.count = {2, 2}, .twice = 0}},
+      .post = [](Trial& t) { return cs_Neq(t.x[0], t.x[1]); },
+      .holds = [](auto& v, auto&) { return v[0] != v[1]; },
+      .strength = Strength::domain};
   EXPECT_EQ(faultOf(neq), ""); // forward checking is all that disequality of two can do
 
   Row eq = {.name = "le and ge",
-            .vars = {{.count = {2, 2}, .holes = 100, .twice = 0}},
-            .post = [](Trial& t) { return cs_Le(t.x[0], t.x[1]) && cs_Ge(t.x[0], t.x[1]); },
-            .holds = [](auto& v, auto&) { return v[0] == v[1]; },
-            .strength = Strength::bounds};
+      .vars = {{.count = {2, 2}, .holes = 100, .twice = 0}},
+      .post = [](Trial& t) { return cs_Le(t.x[0], t.x[1]) && cs_Ge(t.x[0], t.x[1]); },
+      .holds = [](auto& v, auto&) { return v[0] == v[1]; },
+      .strength = Strength::bounds};
   EXPECT_EQ(faultOf(eq), "");
   eq.strength = Strength::domain;
   EXPECT_TRUE(says(faultOf(eq), "has no support"));
@@ -172,10 +172,10 @@ static Posted postMax(Trial& t, int offset)
 TEST(BruteForce, FollowsResultVariables)
 {
   Row byValue = {.name = "max",
-                 .vars = {{.count = {2, 2}}},
-                 .post = [](Trial& t) { return postMax(t, 0); },
-                 .value = [](auto& x, auto&) { return std::max(x[0], x[1]); },
-                 .strength = Strength::bounds};
+      .vars = {{.count = {2, 2}}},
+      .post = [](Trial& t) { return postMax(t, 0); },
+      .value = [](auto& x, auto&) { return std::max(x[0], x[1]); },
+      .strength = Strength::bounds};
   EXPECT_EQ(faultOf(byValue), "");
 
   Row byTest = byValue;
