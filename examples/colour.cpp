@@ -90,7 +90,7 @@ struct DimacsReader
     std::string rest;
     int v = 0, w = 0;
     if (announced < 0)
-      fail("an edge in front of the p line");
+      fail("an edge before the p line");
     if (!(in >> v >> w) || in >> rest)
       fail("expected 'e <vertex> <vertex>'");
     for (int end : {v, w})
