@@ -43,7 +43,8 @@
  *   constraint is no error: it means that no solution is left here. The variables stay partly narrowed, and the
  *   constraint stays attached, until a context that was saved before is restored.
  *
- *   Errors are three: the value of a free variable was asked for, a sum overflowed, memory ran out. See cs_setErrHandler.
+ *   Errors are three: the value of a free variable was asked for, a sum overflowed, memory ran out. See
+ * cs_setErrHandler.
  *
  *   Names. Two capitals (cs_EQ, cs_LT) relate a variable to a number; one capital (cs_Eq, cs_Lt) relates variables. A V
  *   after cs_ marks a variadic form: a count, then that many variables.
@@ -102,8 +103,8 @@ typedef struct CSint
 
 /*
  * Starts the solver. When it is already running, only the error handlers go back to their defaults and the error code
- * to 0: calls don't nest, and one cs_end ends them all. Test cs_getErr afterwards: CS_ERR_NO_MEMORY means that the start
- * failed; the process isn't ended in that case.
+ * to 0: calls don't nest, and one cs_end ends them all. Test cs_getErr afterwards: CS_ERR_NO_MEMORY means that the
+ * start failed; the process isn't ended in that case.
  */
 CS_API void cs_init(void);
 
@@ -214,8 +215,8 @@ CS_API int cs_getNextValue(const CSint* variable, int value);
 CS_API int cs_getPreviousValue(const CSint* variable, int value);
 
 /*
- * A new array of the domain's values, ascending, cs_getNbElements of them. Free it with cs_freeDomain, at any time. Null
- * when out of memory.
+ * A new array of the domain's values, ascending, cs_getNbElements of them. Free it with cs_freeDomain, at any time.
+ * Null when out of memory.
  */
 CS_API int* cs_getDomain(const CSint* variable);
 
@@ -257,9 +258,9 @@ CS_API void cs_fprintf(FILE* stream, const char* format, ...);
 /* Saves a context and returns its label, which is the new depth of the stack. */
 CS_API int cs_saveContext(void);
 
-CS_API void cs_restoreContext(void);       /* restores the innermost context */
-CS_API void cs_acceptContext(void);        /* accepts the innermost context */
-CS_API void cs_forgetSaveContext(void);    /* forgets the innermost context */
+CS_API void cs_restoreContext(void);    /* restores the innermost context */
+CS_API void cs_acceptContext(void);     /* accepts the innermost context */
+CS_API void cs_forgetSaveContext(void); /* forgets the innermost context */
 
 /* The same for all contexts down to and including `label`; nothing happens when the stack is lower than that. */
 CS_API void cs_restoreContextUntil(int label);
@@ -382,8 +383,8 @@ CS_API int cs_search(CSint** variables, int n, CSfindFreeVar findFreeVar);
 CS_API int cs_searchFail(CSint** variables, int n, CSfindFreeVar findFreeVar, int fails);
 
 /*
- * As cs_search, with the n variables as arguments and the selector after them. n below 1 counts as 1. The array that the
- * selector is given lives only during the call. 0 also when out of memory.
+ * As cs_search, with the n variables as arguments and the selector after them. n below 1 counts as 1. The array that
+ * the selector is given lives only during the call. 0 also when out of memory.
  */
 CS_API int cs_Vsearch(int n, CSint* first, ...);
 

@@ -134,8 +134,8 @@ struct Domain
 CS_API Domain* rcsCreateDomain(int32_t low, int32_t high); ///< every bit on, spare bits of the last byte too; or null
 CS_API void rcsClearDomain(Domain* set);                   ///< every bit off
 CS_API void rcsDeleteDomain(Domain* set);
-CS_API void rcsDomainOn(Domain* set, int32_t value);  ///< a value outside _low.._high is ignored
-CS_API void rcsDomainOff(Domain* set, int32_t value); ///< a value outside _low.._high is ignored
+CS_API void rcsDomainOn(Domain* set, int32_t value);                       ///< a value outside _low.._high is ignored
+CS_API void rcsDomainOff(Domain* set, int32_t value);                      ///< a value outside _low.._high is ignored
 CS_API void rcsDomainNotInInterval(Domain* set, int32_t from, int32_t to); ///< turns from..to off
 
 /// A null set holds every integer in the following four; a value outside _low.._high is off.

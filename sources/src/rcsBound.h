@@ -1,0 +1,59 @@
+/*
+ * The two sides of a mirror. A rule on lower bounds that has its mirror on upper bounds is written once, as a template
+ * over a side, and each named handler is one line that says which side it means.
+ *
+ * On either side, `inside(a, b)` says that the bound a is tighter than b, and `step(value, n)` moves by n inwards.
+ */
+#ifndef RCS_BOUND_H
+#define RCS_BOUND_H
+
+#include "rcs.h"
+#include "rcsArith.h"
+
+struct Upper;
+
+struct Lower
+{
+  using Opposite = Upper;
+  static constexpr EventKind moved = NewMin;
+  static constexpr EventKind fixed = NewMinEq;
+
+  static int32_t of(const CSint* v) { return v->_min; }
+  static void store(CSint* v, int32_t value) { v->_min = value; }
+  static int tighten(CSint* v, int32_t value) { return rcsSetMin(v, value); }
+  static constexpr bool inside(int32_t a, int32_t b) { return a > b; }
+  static constexpr int32_t step(int32_t value, int32_t n) { return wrapAdd(value, n); }
+};
+
+struct Upper
+{
+  using Opposite = Lower;
+  static constexpr EventKind moved = NewMax;
+  static constexpr EventKind fixed = NewMaxEq;
+
+  static int32_t of(const CSint* v) { return v->_max; }
+  static void store(CSint* v, int32_t value) { v->_max = value; }
+  static int tighten(CSint* v, int32_t value) { return rcsSetMax(v, value); }
+  static constexpr bool inside(int32_t a, int32_t b) { return a < b; }
+  static constexpr int32_t step(int32_t value, int32_t n) { return wrapSub(value, n); }
+};
+
+/// Is the value in the variable's domain? The plain bit-set test answers only between the bounds.
+inline bool holds(const CSint* v, int32_t value)
+{
+  return v->_min <= value && value <= v->_max && rcsDomainIsOn(v->_domain, value);
+}
+
+inline bool isFixed(const CSint* v) { return v->_nbElements == 1; }
+
+/// In 32 bits that wrap, like the count itself.
+inline bool hasHoles(const CSint* v) { return v->_domain && v->_nbElements != wrapCount(v->_min, v->_max); }
+
+/// Tightens one side of `v` to `value` where that is a change.
+template <typename Side>
+inline int pushBound(CSint* v, int32_t value)
+{
+  return !Side::inside(value, Side::of(v)) || Side::tighten(v, value);
+}
+
+#endif

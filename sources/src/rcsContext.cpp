@@ -1,0 +1,544 @@
+/*
+ * The solver kernel: the record heaps with the start and end of the solver and its errors; the trail and its contexts;
+ * the propagation queue.
+ *
+ * There is one solver in a process, and its state is the few variables at the top of each chapter. The order of things
+ * is what clients see: records of the trail are undone strictly backwards, the queue is first in, first out, and the
+ * attachments of a variable are woken newest first.
+ */
+#include "rcsHeap.h"
+#include "rcsPrivate.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+/// Changes wait here, as records in the order in which they were made, until a flush reaches them.
+struct PropagationQueue
+{
+  RecordHeap<PropagationRecord> _heap; ///< records are taken here once and go round through _free
+  PropagationRecord* _head;            ///< null: the queue is empty
+  PropagationRecord* _tail;            ///< meaningless while the queue is empty
+  PropagationRecord* _free;
+  uint32_t _depth;      ///< flushes now running on the stack
+  uint32_t _depthLimit; ///< highest _depth at which a change starts a flush of its own
+  int32_t _failures;    ///< failed flushes that no caller has taken note of
+};
+
+static RecordHeap<CSint> _v;
+static RecordHeap<TrailEvent> _e;
+static RecordHeap<ContextRecord> _c;
+static PropagationQueue _pq;
+
+static int32_t _ref; ///< 1 while the solver is up
+
+// =====================================================================================================================
+// Errors
+//
+// One code and, for each of the three errors, a handler that the client may replace. The code is set before the handler
+// runs, and whoever reports an error goes on when the handler returns.
+// =====================================================================================================================
+
+static void defaultGetValueError(CSint* variable, void*)
+{
+  cs_fprintf(stderr, "\nrcsInt not instantiated %D", variable);
+  cs_setErr(CS_ERR_GETVALUE);
+}
+
+static void defaultOverflowError(CSint*, void*) {}
+
+static void defaultNoMemoryError(CSint*, void*) { abort(); }
+
+/// In place while cs_init makes the first blocks: a failing start is reported by the code and doesn't end the process.
+static void initNoMemoryHandler(CSint*, void*) { cs_setErr(CS_ERR_NO_MEMORY); }
+
+static int32_t err;
+static CSerrHandler errHandlerGetValue, errHandlerOverflow, errHandlerNoMemory;
+static void *errExtGetValue, *errExtOverflow, *errExtNoMemory;
+
+// By code + 3.
+static void** const errExtras[3] = {&errExtNoMemory, &errExtOverflow, &errExtGetValue};
+static const CSerrHandler errDefaults[3] = {defaultNoMemoryError, defaultOverflowError, defaultGetValueError};
+static CSerrHandler* const errHandlers[3] = {&errHandlerNoMemory, &errHandlerOverflow, &errHandlerGetValue};
+
+void cs_setErrHandler(int code, CSerrHandler handler, void* extra)
+{
+  if (code < CS_ERR_NO_MEMORY || code > CS_ERR_GETVALUE)
+    return;
+  *errExtras[code + 3] = extra;
+  *errHandlers[code + 3] = handler ? handler : errDefaults[code + 3];
+}
+
+int cs_getErr(void) { return err; }
+
+void cs_setErr(int code) { err = code; }
+
+void cs_initErr(void) { err = 0; }
+
+static void raise(int code, CSint* variable)
+{
+  err = code;
+  (*errHandlers[code + 3])(variable, *errExtras[code + 3]);
+}
+
+void rcsHandleGetValueError(CSint* variable) { raise(CS_ERR_GETVALUE, variable); }
+
+void rcsHandleOverflowError(void) { raise(CS_ERR_OVERFLOW, nullptr); }
+
+void rcsHandleNoMemoryError(void) { raise(CS_ERR_NO_MEMORY, nullptr); }
+
+// =====================================================================================================================
+// Heaps, start and end
+// =====================================================================================================================
+
+CSint* _rcsGetIntHeap(void) { return takeRecord(_v); }
+
+TrailEvent* _rcsGetEventHeap(void) { return takeRecord(_e); }
+
+ContextRecord* _rcsGetContextHeap(void) { return takeRecord(_c); }
+
+PropagationRecord* _rcsGetPropagationHeap(void) { return takeRecord(_pq._heap); }
+
+int32_t _rcsIntHeapSize(void) { return capacityOf(_v); }
+
+int32_t _rcsEventHeapSize(void) { return capacityOf(_e); }
+
+int32_t _rcsContextHeapSize(void) { return capacityOf(_c); }
+
+HeapBlock* _rcsCreateIntPool(int32_t base, HeapBlock* previous, int32_t capacity)
+{
+  return createBlock<CSint>(base, previous, capacity);
+}
+
+HeapBlock* _rcsCreateEventPool(int32_t base, HeapBlock* previous, int32_t capacity)
+{
+  return createBlock<TrailEvent>(base, previous, capacity);
+}
+
+HeapBlock* _rcsCreateContextPool(int32_t base, HeapBlock* previous, int32_t capacity)
+{
+  return createBlock<ContextRecord>(base, previous, capacity);
+}
+
+HeapBlock* _rcsCreatePropagationPool(int32_t base, HeapBlock* previous, int32_t capacity)
+{
+  return createBlock<PropagationRecord>(base, previous, capacity);
+}
+
+void _rcsDeleteContextPool(HeapBlock* block) { deleteBlock(block); }
+
+void _rcsDeletePropagationPool(HeapBlock* block) { deleteBlock(block); }
+
+/// Calls `finalise` for each record of the block that is in use.
+template <typename Record, typename Finalise>
+static void forEachUsed(const RecordHeap<Record>& heap, const HeapBlock* block, Finalise finalise)
+{
+  for (int32_t i = 0; i < block->_capacity && i < heap._used - block->_base; i++)
+    finalise(recordsOf<Record>(block) + i);
+}
+
+void _rcsDeleteEventPool(HeapBlock* block)
+{
+  forEachUsed(_e, block, _rcsFinalizeEvent);
+  deleteBlock(block);
+}
+
+void _rcsDeleteIntPool(HeapBlock* block)
+{
+  forEachUsed(_v, block, [](CSint* variable) {
+    while (variable->_constraints)
+      _rcsRemoveConstraint(variable);
+    _rcsIntDestroy(variable);
+  });
+  deleteBlock(block);
+}
+
+static bool openHeaps()
+{
+  if (!openHeap(_v, _rcsCreateIntPool) || !openHeap(_e, _rcsCreateEventPool) || !openHeap(_c, _rcsCreateContextPool) ||
+      !openHeap(_pq._heap, _rcsCreatePropagationPool))
+    return false;
+  _pq._head = _pq._tail = _pq._free = nullptr;
+  _pq._depth = _pq._depthLimit = 0;
+  _pq._failures = 0;
+  return true;
+}
+
+void cs_init(void)
+{
+  cs_setErrHandler(CS_ERR_GETVALUE, nullptr, nullptr);
+  cs_setErrHandler(CS_ERR_OVERFLOW, nullptr, nullptr);
+  cs_setErrHandler(CS_ERR_NO_MEMORY, initNoMemoryHandler, nullptr);
+  cs_initErr();
+  if (_ref == 0) {
+    if (!openHeaps())
+      return;
+    // Not tested: a start without the table reports itself through the error code, and cs_end can still follow.
+    rcsInitEventUnaryCITable();
+    _ref++;
+  }
+  cs_setErrHandler(CS_ERR_NO_MEMORY, nullptr, nullptr);
+}
+
+void cs_end(void)
+{
+  if (_ref <= 0)
+    return;
+  rcsCleanupEventUnaryCITable();
+  cs_setProfilerLocator(nullptr, nullptr, nullptr);
+  rcsCleanProfiling();
+  closeHeap(_c, _rcsDeleteContextPool);
+  // The trail goes before the variables, so that the arrays of variables on it are freed while those still stand.
+  closeHeap(_e, _rcsDeleteEventPool);
+  closeHeap(_v, _rcsDeleteIntPool);
+  closeHeap(_pq._heap, _rcsDeletePropagationPool);
+  _ref = 0;
+}
+
+const char* cs_getVersion(void) { return "3.8.0"; }
+
+// =====================================================================================================================
+// Trail and contexts
+//
+// All that a search may have to take back is a record on the trail; a context is a mark on it. A record is written for
+// each change, with no look whether the variable was saved since the last mark.
+// =====================================================================================================================
+
+int rcsSaveCSint(CSint* variable, uint32_t kind, int32_t value, int32_t nbElements)
+{
+  TrailEvent* e = takeRecord(_e);
+  if (!e)
+    return 0;
+  e->_subject = variable;
+  e->_kind = kind;
+  e->_value._int = value;
+  e->_extra._int = nbElements;
+  return 1;
+}
+
+int _rcsSaveTconstraint(CSint* variable)
+{
+  TrailEvent* e = takeRecord(_e);
+  if (!e)
+    return 0;
+  e->_subject = variable;
+  e->_kind = TrailTconstraint;
+  variable->_nbConstraints++;
+  return 1;
+}
+
+int _rcsAddCreateVector(void* vector)
+{
+  TrailEvent* e = takeRecord(_e);
+  if (!e)
+    return 0;
+  e->_kind = TrailCreateVector;
+  e->_value._vector = vector;
+  e->_extra._wide = 0;
+  return 1;
+}
+
+void cs_backtrack(void* data, int value, CSbacktrack function)
+{
+  TrailEvent* e = takeRecord(_e);
+  e->_subject = data;
+  e->_kind = TrailBacktrack;
+  e->_value._int = value;
+  e->_extra._backtrack = function;
+}
+
+void cs_backtrackExt(void* data, int64_t value, CSbacktrackExt function)
+{
+  TrailEvent* e = takeRecord(_e);
+  e->_subject = data;
+  e->_kind = TrailBacktrackExt;
+  e->_value._wide = value;
+  e->_extra._backtrackExt = function;
+}
+
+void _rcsRestore(TrailEvent* record)
+{
+  auto* variable = static_cast<CSint*>(record->_subject);
+  int32_t value = record->_value._int;
+  switch (record->_kind) {
+  case NewMin:
+  case NewMinEq:
+    variable->_nbElements = record->_extra._int;
+    variable->_min = variable->_propMin = value;
+    break;
+  case NewMax:
+  case NewMaxEq:
+    variable->_nbElements = record->_extra._int;
+    variable->_max = variable->_propMax = value;
+    break;
+  case Neq:
+    variable->_nbElements = record->_extra._int;
+    rcsDomainOn(variable->_domain, value);
+    break;
+  case TrailTconstraint:
+    // Undone in reverse order of attaching, so the head of the list is the attachment that was recorded.
+    _rcsRemoveConstraint(variable);
+    break;
+  case TrailBacktrack:
+    record->_extra._backtrack(record->_subject, value);
+    break;
+  case TrailBacktrackExt:
+    record->_extra._backtrackExt(record->_subject, record->_value._wide);
+    break;
+  default:
+    break;
+  }
+}
+
+void _rcsFinalizeEvent(TrailEvent* e)
+{
+  assert(e != NULL);
+  if (e->_kind != TrailCreateVector)
+    return;
+  constexpr int32_t freedVector = 999;
+  free(e->_value._vector);
+  e->_value._int = freedVector;
+}
+
+TrailEvent* _rcsPopEvent(void)
+{
+  TrailEvent* e = giveBackRecord(_e);
+  if (e)
+    _rcsFinalizeEvent(e);
+  return e;
+}
+
+int32_t _rcsPopContext(void)
+{
+  ContextRecord* context = giveBackRecord(_c);
+  if (!context)
+    return 0;
+  _pq._depthLimit = context->_savedDepthLimit;
+  return context->_eventIndex;
+}
+
+static void undoTo(int32_t eventIndex)
+{
+  while (_e._used > eventIndex)
+    _rcsRestore(_rcsPopEvent());
+}
+
+static void dropTo(int32_t eventIndex)
+{
+  while (_e._used > eventIndex)
+    _rcsPopEvent();
+}
+
+/// Pops the contexts down to and including `label` and hands the event index of the last one to `unwind`; the depth
+/// limit that remains is that context's too. Nothing happens when the stack is lower than the label.
+template <typename Unwind>
+static void popUntil(int label, Unwind unwind)
+{
+  if (_c._used < label)
+    return;
+  int32_t before, eventIndex;
+  do {
+    before = _c._used;
+    eventIndex = _rcsPopContext();
+  } while (before > label);
+  unwind(eventIndex);
+}
+
+static void pushContext()
+{
+  uint32_t saved = _pq._depthLimit;
+  // Propagation inside the new context runs to its end, even when the caller is a handler or a callback in a flush.
+  _pq._depthLimit = _pq._depth;
+  // What is still pending belongs to the enclosing context, so the mark comes after it. Its failure isn't told here:
+  // _failures stays raised, and the flush further out reports it.
+  if (_pq._head)
+    _flushPropagationQueue();
+  ContextRecord* context = takeRecord(_c);
+  context->_eventIndex = _e._used;
+  context->_savedDepthLimit = saved;
+}
+
+int cs_saveContext(void)
+{
+  pushContext();
+  return _c._used;
+}
+
+void cs_restoreContext(void) { undoTo(_rcsPopContext()); }
+
+void cs_restoreContextUntil(int label) { popUntil(label, undoTo); }
+
+void cs_restoreAll(void) { popUntil(1, undoTo); }
+
+void cs_acceptContext(void) { dropTo(_rcsPopContext()); }
+
+void cs_acceptContextUntil(int label) { popUntil(label, dropTo); }
+
+void cs_acceptAll(void) { popUntil(1, dropTo); }
+
+void cs_forgetSaveContext(void) { _rcsPopContext(); }
+
+void cs_forgetSaveContextUntil(int label)
+{
+  popUntil(label, [](int32_t) {});
+}
+
+void cs_restoreAndSaveContext(void)
+{
+  cs_restoreContext();
+  pushContext();
+}
+
+// =====================================================================================================================
+// Propagation queue
+//
+// A change at the top level flushes at once. Inside a flush a change waits for that flush to reach it, unless a context
+// was saved meanwhile: then it starts a nested flush on the same queue, which takes over whatever the outer ones had
+// pending. Failure travels by two paths, both meant: a flush started by a change tells that change's caller and sets
+// the count of failures back; a flush started by the saving of a context leaves the count raised, and the change that
+// started the flush further out finds it so.
+// =====================================================================================================================
+
+int32_t __rcsPropagateCount = 0;
+
+int rcsDoPropagation(CSint* variable, uint32_t event, int32_t value)
+{
+  if (!variable->_constraints) {
+    variable->_propMin = variable->_min;
+    variable->_propMax = variable->_max;
+    return 1;
+  }
+  PropagationRecord* record = _pq._free;
+  if (record)
+    _pq._free = record->_nextRecord;
+  else if (!(record = takeRecord(_pq._heap)))
+    return 0;
+  record->_variable = variable;
+  record->_event = event;
+  record->_value = value;
+  record->_attachments = variable->_constraints;
+  record->_nextRecord = nullptr;
+  if (_pq._head) {
+    _pq._tail = _pq._tail->_nextRecord = record;
+    return 1;
+  }
+  _pq._head = _pq._tail = record;
+  if (_pq._depth > _pq._depthLimit)
+    return 1;
+  int32_t before = _pq._failures;
+  _flushPropagationQueue();
+  if (_pq._failures <= before)
+    return 1;
+  _pq._failures = before;
+  return 0;
+}
+
+/// What the handlers are told of a record.
+struct Step
+{
+  int32_t old;
+  int32_t now;
+};
+
+/// Works out the step from what the handlers of the variable were last told, and notes it as told. False when a later
+/// change has made the record stale: that one has a record of its own and tells the whole step.
+static inline bool takeStep(const PropagationRecord* record, Step* step)
+{
+  CSint* v = record->_variable;
+  int32_t value = record->_value;
+  switch (record->_event) {
+  case NewMin:
+    if (v->_min > value)
+      return false;
+    [[fallthrough]];
+  case NewMinEq:
+    *step = {v->_propMin, value};
+    v->_propMin = value;
+    return true;
+  case NewMax:
+    if (v->_max < value)
+      return false;
+    [[fallthrough]];
+  case NewMaxEq:
+    *step = {v->_propMax, value};
+    v->_propMax = value;
+    return true;
+  case Eq:
+    *step = {v->_propMin, v->_propMax};
+    v->_propMin = v->_propMax = v->_min;
+    return true;
+  default:
+    if (v->_min >= value || v->_max <= value)
+      return false;
+    *step = {value, value};
+    return true;
+  }
+}
+
+/// Only the low 8 bits of a handler's answer count.
+static inline bool wake(const PropagationRecord* record, Tconstraint* t, Step step)
+{
+  return uint8_t(t->_constraint->_handlers[record->_event](record->_variable, t, step.old, step.now)) != 0;
+}
+
+constexpr uint32_t listensForFailure = 1;
+
+/// Calls the listeners for failure from `flagged` on, in the list in which that one lies, with the failing record.
+static void tellListeners(const PropagationRecord* record, Tconstraint* flagged, Step step)
+{
+  for (Tconstraint* t = flagged; t; t = t->_next)
+    if (t->_constraint->_state & listensForFailure)
+      wake(record, t, step);
+}
+
+/// Gives the failing record and all that is pending, also for flushes further out, back in one step.
+static void dropQueue(PropagationRecord* failing)
+{
+  failing->_nextRecord = _pq._head;
+  if (_pq._head)
+    _pq._tail->_nextRecord = _pq._free;
+  else
+    failing->_nextRecord = _pq._free;
+  _pq._free = failing;
+  _pq._head = nullptr;
+}
+
+[[gnu::noinline]] static void failFlush(PropagationRecord* record, Tconstraint* failed, Tconstraint* flagged, Step step)
+{
+  CSint* variable = record->_variable;
+  uint32_t event = record->_event;
+  ConstraintInfo* info = failed->_constraint->_info;
+  tellListeners(record, flagged, step);
+  dropQueue(record);
+  _pq._failures++;
+  _pq._depth--;
+  if (IsProfileEnabled)
+    rcsCallProfiler(0, variable, event, info);
+}
+
+void _flushPropagationQueue(void)
+{
+  _pq._depth++;
+  // The first listener for failure that this flush met, in whatever list: it isn't reset between records.
+  Tconstraint* flagged = nullptr;
+  while (PropagationRecord* record = _pq._head) {
+    _pq._head = record->_nextRecord;
+    if (!_pq._head)
+      _pq._tail = nullptr;
+    Step step;
+    if (takeStep(record, &step)) {
+      for (Tconstraint* t = record->_attachments; t; t = t->_next) {
+        if (t->_constraint->_state == 0) {
+          if (!wake(record, t, step))
+            return failFlush(record, t, flagged, step);
+          if (IsProfileEnabled)
+            rcsCallProfiler(1, record->_variable, record->_event, t->_constraint->_info);
+        } else if (!flagged && (t->_constraint->_state & listensForFailure)) {
+          flagged = t;
+        }
+      }
+    }
+    record->_nextRecord = _pq._free;
+    _pq._free = record;
+  }
+  _pq._depth--;
+}

@@ -1,0 +1,434 @@
+/*
+ * Variables: the record with its creation and queries; the narrowing routines; printing.
+ *
+ * A variable is an interval less the holes of an optional bit-set. The bit-set is made at the first removal of a value
+ * strictly between the bounds, over the range at creation, and stays from then on: restoring turns bits back on but
+ * doesn't take the set away. Bits outside the bounds say nothing, so that moving a bound is one store and so is its
+ * undoing. Whether a variable has holes shows only in its count of values.
+ */
+#include "rcsBound.h"
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+// =====================================================================================================================
+// Variables
+// =====================================================================================================================
+
+void _rcsIntInit(CSint* variable, int32_t min, int32_t max)
+{
+  *variable = {._initMin = min,
+               ._initMax = max,
+               ._min = min,
+               ._max = max,
+               ._domain = nullptr,
+               ._nbElements = wrapCount(min, max),
+               ._nbConstraints = 0,
+               ._name = nullptr,
+               ._constraints = nullptr,
+               ._propMin = min,
+               ._propMax = max};
+}
+
+void _rcsIntDestroy(CSint* variable)
+{
+  if (variable->_domain)
+    rcsDeleteDomain(variable->_domain);
+  free(variable->_name);
+}
+
+static CSint* newVariable(int32_t min, int32_t max)
+{
+  CSint* variable = _rcsGetIntHeap();
+  if (variable)
+    _rcsIntInit(variable, min, max);
+  return variable;
+}
+
+CSint* CSINT(int value) { return newVariable(value, value); }
+
+CSint* cs_createCSint(int min, int max) { return min > max ? nullptr : newVariable(min, max); }
+
+CSint* cs_createNamedCSint(int min, int max, const char* name)
+{
+  CSint* variable = cs_createCSint(min, max);
+  if (variable)
+    cs_setName(variable, name);
+  return variable;
+}
+
+CSint* cs_createCSintFromDomain(const int* values, int count)
+{
+  if (count < 1)
+    return nullptr;
+  int32_t smallest = INT32_MAX, largest = INT32_MIN;
+  for (int i = 0; i < count; i++) {
+    smallest = values[i] < smallest ? values[i] : smallest;
+    largest = values[i] > largest ? values[i] : largest;
+  }
+  CSint* variable = newVariable(smallest, largest);
+  if (!variable)
+    return nullptr;
+  variable->_domain = rcsCreateDomain(smallest, largest);
+  if (!variable->_domain)
+    return nullptr;
+  rcsClearDomain(variable->_domain);
+  variable->_nbElements = 0;
+  for (int i = 0; i < count; i++) {
+    if (rcsDomainIsOn(variable->_domain, values[i]))
+      continue;
+    rcsDomainOn(variable->_domain, values[i]);
+    variable->_nbElements++;
+  }
+  return variable;
+}
+
+CSint** cs_createCSintArray(int count, int min, int max)
+{
+  // Never of length 0, so that null always means that memory ran out.
+  auto** variables = static_cast<CSint**>(malloc((count < 1 ? 1 : size_t(count)) * sizeof(CSint*)));
+  if (!variables) {
+    rcsHandleNoMemoryError();
+    return nullptr;
+  }
+  if (!_rcsAddCreateVector(variables)) {
+    free(variables);
+    return nullptr;
+  }
+  for (int i = 0; i < count; i++)
+    if (!(variables[i] = cs_createCSint(min, max)))
+      return nullptr;
+  return variables;
+}
+
+const char* cs_setName(CSint* variable, const char* name)
+{
+  size_t size = strlen(name) + 1;
+  if (!variable->_name || strlen(variable->_name) + 1 < size) {
+    free(variable->_name);
+    variable->_name = static_cast<char*>(malloc(size));
+    if (!variable->_name) {
+      rcsHandleNoMemoryError();
+      return nullptr;
+    }
+  }
+  memcpy(variable->_name, name, size);
+  return variable->_name;
+}
+
+int cs_isFree(const CSint* variable) { return variable->_nbElements > 1; }
+
+int cs_isInstantiated(const CSint* variable) { return isFixed(variable); }
+
+int cs_isIn(const CSint* variable, int value) { return holds(variable, value); }
+
+int cs_getMin(const CSint* variable) { return variable->_min; }
+
+int cs_getMax(const CSint* variable) { return variable->_max; }
+
+int cs_getNbElements(const CSint* variable) { return variable->_nbElements; }
+
+int cs_getNbConstraints(const CSint* variable) { return variable->_nbConstraints; }
+
+const char* cs_getName(const CSint* variable) { return variable->_name; }
+
+int cs_getValue(const CSint* variable)
+{
+  if (variable->_min != variable->_max)
+    rcsHandleGetValueError(const_cast<CSint*>(variable));
+  return variable->_min;
+}
+
+int cs_getNextValue(const CSint* variable, int value)
+{
+  if (variable->_max <= value)
+    return INT32_MAX;
+  if (variable->_min > value)
+    return variable->_min;
+  return rcsDomainNextOn(variable->_domain, value);
+}
+
+int cs_getPreviousValue(const CSint* variable, int value)
+{
+  if (variable->_min >= value)
+    return INT32_MIN;
+  if (variable->_max < value)
+    return variable->_max;
+  return rcsDomainPrevOn(variable->_domain, value);
+}
+
+int* cs_getDomain(const CSint* variable)
+{
+  // The count wraps at 2^31; its low 32 bits are still right, and 0 stands for 2^32 values.
+  auto count = uint32_t(variable->_nbElements);
+  auto* values = static_cast<int*>(malloc((count ? size_t(count) : size_t(1) << 32) * sizeof(int)));
+  if (!values) {
+    rcsHandleNoMemoryError();
+    return nullptr;
+  }
+  int* place = values;
+  for (int32_t value = variable->_min;; value = rcsDomainNextOn(variable->_domain, value)) {
+    *place++ = value;
+    if (value == variable->_max)
+      return values;
+  }
+}
+
+void cs_freeDomain(int* values) { free(values); }
+
+// =====================================================================================================================
+// Narrowing
+//
+// Each routine writes the old state to the trail, changes the record and then sends the event. Nothing is written when
+// there is nothing to change.
+// =====================================================================================================================
+
+int Ptrue(CSint*, Tconstraint*, int32_t, int32_t) { return 1; }
+
+template <typename Side>
+static inline int sendBoundMoved(CSint* v, int32_t bound)
+{
+  return rcsDoPropagation(v, isFixed(v) ? Side::fixed : Side::moved, bound);
+}
+
+int _rcsSetMin(CSint* v, int32_t value)
+{
+  assert(v->_min < value && value <= v->_max);
+  if (hasHoles(v)) {
+    v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, v->_min, value - 1)));
+    value = rcsDomainNextOn(v->_domain, value - 1);
+  } else {
+    v->_nbElements = wrapCount(value, v->_max);
+  }
+  v->_min = value;
+  return sendBoundMoved<Lower>(v, value);
+}
+
+int _rcsSetMax(CSint* v, int32_t value)
+{
+  assert(v->_min <= value && value < v->_max);
+  if (hasHoles(v)) {
+    v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, value + 1, v->_max)));
+    value = rcsDomainPrevOn(v->_domain, value + 1);
+  } else {
+    v->_nbElements = wrapCount(v->_min, value);
+  }
+  v->_max = value;
+  return sendBoundMoved<Upper>(v, value);
+}
+
+int rcsSetMin(CSint* variable, int32_t value)
+{
+  if (variable->_max < value)
+    return 0;
+  if (variable->_min >= value)
+    return 1;
+  return rcsSaveCSint(variable, NewMin, variable->_min, variable->_nbElements) && _rcsSetMin(variable, value);
+}
+
+int rcsSetMax(CSint* variable, int32_t value)
+{
+  if (variable->_min > value)
+    return 0;
+  if (variable->_max <= value)
+    return 1;
+  return rcsSaveCSint(variable, NewMax, variable->_max, variable->_nbElements) && _rcsSetMax(variable, value);
+}
+
+int rcsSetValue(CSint* variable, int32_t value)
+{
+  if (value < variable->_min || variable->_max < value)
+    return 0;
+  if (isFixed(variable))
+    return value == variable->_min;
+  if (!rcsDomainIsOn(variable->_domain, value))
+    return 0;
+  bool minMoves = value != variable->_min, maxMoves = value != variable->_max;
+  if (minMoves && !rcsSaveCSint(variable, NewMin, variable->_min, variable->_nbElements))
+    return 0;
+  if (maxMoves && !rcsSaveCSint(variable, NewMax, variable->_max, variable->_nbElements))
+    return 0;
+  variable->_min = variable->_max = value;
+  variable->_nbElements = 1;
+  return rcsDoPropagation(variable, !maxMoves ? NewMinEq : !minMoves ? NewMaxEq : Eq, value);
+}
+
+int rcsRemoveValue(CSint* variable, int32_t value)
+{
+  if (value < variable->_min || variable->_max < value)
+    return 1;
+  if (isFixed(variable))
+    return value != variable->_min;
+  if (!rcsDomainIsOn(variable->_domain, value))
+    return 1;
+  if (value == variable->_min)
+    return rcsSaveCSint(variable, NewMin, value, variable->_nbElements) && _rcsSetMin(variable, value + 1);
+  if (value == variable->_max)
+    return rcsSaveCSint(variable, NewMax, value, variable->_nbElements) && _rcsSetMax(variable, value - 1);
+  if (!rcsSaveCSint(variable, Neq, value, variable->_nbElements))
+    return 0;
+  // Over the range at creation, so that the set serves whatever a later restore brings back.
+  if (!variable->_domain && !(variable->_domain = rcsCreateDomain(variable->_initMin, variable->_initMax)))
+    return 0;
+  rcsDomainOff(variable->_domain, value);
+  variable->_nbElements = wrapSub(variable->_nbElements, 1);
+  return rcsDoPropagation(variable, Neq, value);
+}
+
+int _rcsRemoveValue(CSint* variable, int32_t value)
+{
+  if (value < variable->_min || variable->_max < value)
+    return 1;
+  // With a null set these are the neighbouring integers.
+  if (value == variable->_min) {
+    variable->_min = rcsDomainNextOn(variable->_domain, value);
+  } else if (value == variable->_max) {
+    variable->_max = rcsDomainPrevOn(variable->_domain, value);
+  } else {
+    if (!variable->_domain && !(variable->_domain = rcsCreateDomain(variable->_initMin, variable->_initMax)))
+      return 0;
+    if (!rcsDomainIsOn(variable->_domain, value))
+      return 1;
+    rcsDomainOff(variable->_domain, value);
+  }
+  variable->_nbElements = wrapSub(variable->_nbElements, 1);
+  return 1;
+}
+
+int rcsAnd(CSint* a, CSint* b)
+{
+  if (!a->_domain && !b->_domain)
+    return 1;
+  // Every removal may run the queue, so the upper end is read anew each time; the 64-bit walk ends at 2147483647 too.
+  for (int64_t x = a->_min; x <= a->_max; x++) {
+    auto value = int32_t(x);
+    int inA = rcsDomainIsOn(a->_domain, value), inB = rcsDomainIsOn(b->_domain, value);
+    if (inA != inB && !rcsRemoveValue(inA ? a : b, value))
+      return 0;
+  }
+  return 1;
+}
+
+// =====================================================================================================================
+// Printing
+// =====================================================================================================================
+
+/// A list in braces, in which a run of three or more values is written as first..last.
+static int printValues(FILE* stream, const CSint* v)
+{
+  fputs("{", stream);
+  for (int32_t x = v->_min; x < v->_max;) {
+    auto continues = [v](int32_t value) { return value < v->_max && rcsDomainIsOn(v->_domain, value); };
+    if (continues(x + 1) && rcsDomainIsOn(v->_domain, x + 2)) {
+      fprintf(stream, "%d..", x);
+      while (continues(x + 1))
+        x++;
+      // The maximum closes this run.
+      if (x + 1 == v->_max)
+        break;
+    }
+    fprintf(stream, "%d, ", x);
+    x = rcsDomainNextOn(v->_domain, x);
+  }
+  return fprintf(stream, "%d}", v->_max);
+}
+
+int rcsFprintDomain(FILE* stream, const CSint* variable)
+{
+  if (isFixed(variable))
+    return fprintf(stream, "%d", variable->_min);
+  if (variable->_domain)
+    return printValues(stream, variable);
+  const char* form = variable->_nbElements == 2 ? "{%d, %d}" : "{%d..%d}";
+  return fprintf(stream, form, variable->_min, variable->_max);
+}
+
+int rcsPrintDomain(const CSint* variable) { return rcsFprintDomain(stdout, variable); }
+
+static void printNamed(FILE* stream, const CSint* variable)
+{
+  if (variable->_name)
+    fprintf(stream, "%s: ", variable->_name);
+  rcsFprintDomain(stream, variable);
+}
+
+void rcsFprintArray(FILE* stream, CSint* const* variables, int32_t count)
+{
+  for (int32_t i = 0; i < count; i++) {
+    if (i > 0)
+      fputs(", ", stream);
+    printNamed(stream, variables[i]);
+  }
+}
+
+/// The first percent sign that isn't followed by another, or the end of the text.
+static const char* nextConversion(const char* text)
+{
+  while (*text && (text[0] != '%' || text[1] == '%'))
+    text += text[0] == '%' ? 2 : 1;
+  return text;
+}
+
+/// Hands the stretch to the standard print as a format of its own, with the one argument that every stretch takes.
+static void printStretch(FILE* stream, const char* stretch, size_t length, int64_t argument)
+{
+  auto* format = static_cast<char*>(malloc(length + 1));
+  if (!format) {
+    rcsHandleNoMemoryError();
+    return;
+  }
+  memcpy(format, stretch, length);
+  format[length] = '\0';
+  fprintf(stream, format, argument);
+  free(format);
+}
+
+/// Text behind a conversion of our own is written as it stands, but text behind a standard one belongs to its stretch,
+/// and so a doubled percent sign stays doubled in the one and comes out single in the other. `*stream` is read anew for
+/// each part of the output.
+static void printFormat(FILE* const* stream, const char* format, va_list arguments)
+{
+  const char* conversion = nextConversion(format);
+  fwrite(format, 1, size_t(conversion - format), *stream);
+  while (*conversion) {
+    const char* behind = conversion + 2;
+    switch (conversion[1]) {
+    case 'A': {
+      CSint** variables = va_arg(arguments, CSint**);
+      rcsFprintArray(*stream, variables, va_arg(arguments, int));
+      break;
+    }
+    case 'D':
+      rcsFprintDomain(*stream, va_arg(arguments, CSint*));
+      break;
+    case 'T':
+      printNamed(*stream, va_arg(arguments, CSint*));
+      break;
+    default: {
+      const char* next = nextConversion(conversion + 1);
+      printStretch(*stream, conversion, size_t(next - conversion), va_arg(arguments, int64_t));
+      conversion = next;
+      continue;
+    }
+    }
+    conversion = nextConversion(behind);
+    fwrite(behind, 1, size_t(conversion - behind), *stream);
+  }
+}
+
+void cs_printf(const char* format, ...)
+{
+  va_list arguments;
+  va_start(arguments, format);
+  printFormat(&stdout, format, arguments);
+  va_end(arguments);
+}
+
+void cs_fprintf(FILE* stream, const char* format, ...)
+{
+  va_list arguments;
+  va_start(arguments, format);
+  printFormat(&stream, format, arguments);
+  va_end(arguments);
+}

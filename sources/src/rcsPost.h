@@ -1,0 +1,60 @@
+/*
+ * Posting: the one way from an entry point to an attached constraint.
+ */
+#ifndef RCS_POST_H
+#define RCS_POST_H
+
+#include "rcs.h"
+#include "rcsArith.h"
+#include "rcsPrivate.h"
+
+#include <cstdlib>
+#include <type_traits>
+
+template <typename Data>
+inline Data* dataOf(const Tconstraint* t)
+{
+  return static_cast<Data*>(t->_constraint->_data);
+}
+
+/// Asks the locator in the name of the entry point in whose body this stands. Forced inline, because the default
+/// locator captures three frames, itself, the entry point and the entry point's caller, and names the third.
+[[gnu::always_inline]] inline ConstraintInfo* locateAs(const char* function)
+{
+  return rcsCreateConstraintInfo(function, rcsGetProfilerLocatorFunction()(rcsGetProfilerLocatorFunctionExtra()));
+}
+
+/// Makes an info for the entry point `function`, lets `post` post with it and gives the info up again; the constraint
+/// made meanwhile holds it. The result is that of `post`, or 0 or null when there is no info. An entry point never
+/// calls another one to post for it, since then the locator would name the wrong caller; the two share the inner
+/// routine.
+template <typename Post>
+[[gnu::always_inline]] inline auto postAs(const char* function, Post post)
+{
+  ConstraintInfo* info = locateAs(function);
+  if (!info)
+    return decltype(post(info)){};
+  info->_refCount++;
+  auto result = post(info);
+  releaseInfo(info);
+  return result;
+}
+
+/// A new constraint with a copy of `data` as its private record; null, with nothing left behind, when out of memory.
+template <typename Data>
+Constraint* newConstraint(ConstraintInfo* info, const Handler* handlers, const Data& data)
+{
+  static_assert(std::is_trivially_copyable_v<Data> && std::is_trivially_destructible_v<Data>);
+  auto* record = static_cast<Data*>(malloc(sizeof(Data)));
+  if (!record) {
+    rcsHandleNoMemoryError();
+    return nullptr;
+  }
+  *record = data;
+  Constraint* constraint = rcsCreateConstraint(info, record, handlers);
+  if (!constraint)
+    free(record);
+  return constraint;
+}
+
+#endif

@@ -1,0 +1,225 @@
+/*
+ * The search drivers and their selectors.
+ *
+ * A driver is a recursion with one level for each decision. It changes domains only through the unary constraints and
+ * the contexts, keeps nothing but what its frames hold, and allocates nothing. What is the same at all levels stands in
+ * one record of the outermost call, so that a frame stays small.
+ */
+#include "rcsBound.h"
+
+#include <cstdarg>
+#include <cstdlib>
+
+volatile unsigned char rcsCancelSearch; ///< read anew at every choice point
+int32_t rcsNbChoicePoints;              ///< values tried, those that failed included
+int32_t rcsNbFails;                     ///< values that failed
+
+// =====================================================================================================================
+// Counters
+// =====================================================================================================================
+
+static void resetSearch()
+{
+  rcsCancelSearch = 0;
+  rcsNbFails = 0;
+  rcsNbChoicePoints = 0;
+}
+
+void cs_cancelSearch(void) { rcsCancelSearch = 1; }
+
+int cs_getNbFails(void) { return rcsNbFails; }
+
+int cs_getNbChoicePoints(void) { return rcsNbChoicePoints; }
+
+void cs_fprintStats(FILE* stream)
+{
+  fprintf(stream, "\nNb Fails = %d\n", rcsNbFails);
+  fprintf(stream, "Nb Choice Points = %d\n", rcsNbChoicePoints);
+  fprintf(stream, "Heap Size = %d\n", _rcsEventHeapSize());
+}
+
+void cs_printStats(void) { cs_fprintStats(stdout); }
+
+// =====================================================================================================================
+// Depth-first search
+// =====================================================================================================================
+
+struct Search
+{
+  CSint** _vars;
+  int32_t _n;
+  CSfindFreeVar _findFreeVar;
+  int32_t _fails; ///< below 1: no limit
+};
+
+static inline bool limitReached(const Search* s) { return s->_fails > 0 && rcsNbFails >= s->_fails; }
+
+/// Every way out but the last leaves the contexts as they are: a solution must stay visible, and after the limit or a
+/// cancel the client restores to a label of its own. A parent takes a cancelled level for a failed one and pops that
+/// level's context in place of its own; repairing that here would undo what the client is promised to find.
+static int _searchFail(const Search* s)
+{
+  CSint* v = s->_findFreeVar(s->_vars, s->_n);
+  if (!v)
+    return 1;
+  // Taken once: the values to try are those of this moment.
+  int32_t value = v->_min;
+  const int32_t max = v->_max;
+  const Domain* domain = v->_domain;
+  cs_saveContext();
+  for (; value <= max; value++) {
+    if (rcsDomainIsOn(domain, value)) {
+      rcsNbChoicePoints = wrapAdd(rcsNbChoicePoints, 1);
+      if (rcsCancelSearch)
+        return 0;
+      if (cs_EQ(v, value)) {
+        if (_searchFail(s))
+          return 1;
+      } else {
+        rcsNbFails = wrapAdd(rcsNbFails, 1);
+      }
+      if (limitReached(s))
+        return 0;
+      cs_restoreAndSaveContext();
+    }
+    if (value == max)
+      break;
+  }
+  cs_acceptContext();
+  return 0;
+}
+
+static int runSearch(CSint** variables, int n, CSfindFreeVar findFreeVar, int fails)
+{
+  const Search search = {._vars = variables, ._n = n, ._findFreeVar = findFreeVar, ._fails = fails};
+  resetSearch();
+  return _searchFail(&search);
+}
+
+int cs_search(CSint** variables, int n, CSfindFreeVar findFreeVar) { return runSearch(variables, n, findFreeVar, 0); }
+
+int cs_searchFail(CSint** variables, int n, CSfindFreeVar findFreeVar, int fails)
+{
+  return runSearch(variables, n, findFreeVar, fails);
+}
+
+int cs_Vsearch(int n, CSint* first, ...)
+{
+  auto** variables = static_cast<CSint**>(malloc((n < 1 ? 1 : size_t(n)) * sizeof(CSint*)));
+  if (!variables) {
+    rcsHandleNoMemoryError();
+    return 0;
+  }
+  va_list arguments;
+  va_start(arguments, first);
+  variables[0] = first;
+  for (int i = 1; i < n; i++)
+    variables[i] = va_arg(arguments, CSint*);
+  auto findFreeVar = va_arg(arguments, CSfindFreeVar);
+  va_end(arguments);
+  int found = runSearch(variables, n, findFreeVar, 0);
+  free(variables);
+  return found;
+}
+
+// =====================================================================================================================
+// All solutions
+// =====================================================================================================================
+
+struct AllSearch
+{
+  CSint** _vars;
+  int32_t _n;
+  CSfindFreeVar _findFreeVar;
+  CSfound _found;
+};
+
+static unsigned char succeed; ///< at least one solution was reached
+
+static void _findAll(const AllSearch* s)
+{
+  CSint* v = s->_findFreeVar(s->_vars, s->_n);
+  if (!v) {
+    s->_found(s->_vars, s->_n);
+    succeed = 1;
+    return;
+  }
+  int32_t value = v->_min;
+  const int32_t max = v->_max;
+  const Domain* domain = v->_domain;
+  cs_saveContext();
+  for (; value <= max; value++) {
+    if (rcsDomainIsOn(domain, value)) {
+      rcsNbChoicePoints = wrapAdd(rcsNbChoicePoints, 1);
+      if (rcsCancelSearch)
+        return;
+      if (cs_EQ(v, value))
+        _findAll(s);
+      else
+        rcsNbFails = wrapAdd(rcsNbFails, 1);
+      cs_restoreAndSaveContext();
+    }
+    if (value == max)
+      break;
+  }
+  cs_acceptContext();
+}
+
+int cs_findAll(CSint** variables, int n, CSfindFreeVar findFreeVar, CSfound found)
+{
+  const AllSearch search = {._vars = variables, ._n = n, ._findFreeVar = findFreeVar, ._found = found};
+  resetSearch();
+  succeed = 0;
+  _findAll(&search);
+  return succeed;
+}
+
+// =====================================================================================================================
+// Variable selectors
+//
+// One pass in array order with strict comparisons, so that the first of equal candidates stays.
+// =====================================================================================================================
+
+/// The free variable with the smallest key, if that is below `worst`.
+template <typename Key>
+static inline CSint* smallestFree(CSint** variables, int n, int64_t worst, Key key)
+{
+  CSint* best = nullptr;
+  int64_t bestKey = worst;
+  for (int i = 0; i < n; i++) {
+    CSint* v = variables[i];
+    if (v->_nbElements > 1 && key(v) < bestKey) {
+      best = v;
+      bestKey = key(v);
+    }
+  }
+  return best;
+}
+
+CSint* cs_findFreeVar(CSint** variables, int n)
+{
+  for (int i = 0; i < n; i++)
+    if (variables[i]->_min < variables[i]->_max)
+      return variables[i];
+  return nullptr;
+}
+
+// A count of 2147483647 is the worst there is, so a variable with that many values is never taken.
+CSint* cs_findFreeVarNbElements(CSint** variables, int n)
+{
+  return smallestFree(variables, n, INT32_MAX, [](const CSint* v) { return int64_t(v->_nbElements); });
+}
+
+/// Orders by the count, then by the minimum.
+static int64_t countThenMin(int32_t nbElements, int32_t min) { return nbElements * (int64_t(1) << 32) + min; }
+
+CSint* cs_findFreeVarNbElementsMin(CSint** variables, int n)
+{
+  return smallestFree(variables, n, countThenMin(INT32_MAX, INT32_MAX),
+                      [](const CSint* v) { return countThenMin(v->_nbElements, v->_min); });
+}
+
+CSint* cs_findFreeVarNbConstraints(CSint** variables, int n)
+{
+  return smallestFree(variables, n, INT64_MAX, [](const CSint* v) { return -int64_t(v->_nbConstraints); });
+}
