@@ -230,8 +230,8 @@ struct Model
 // Posting can't fail: the greedy colouring, with its colours renamed, is a solution of all that is posted here.
 static Model buildModel(const Graph& graph, std::vector<int> order, const std::vector<int>& clique, int colours)
 {
-  std::stable_partition(order.begin(), order.end(),
-                        [&](int v) { return std::find(clique.begin(), clique.end(), v) != clique.end(); });
+  std::stable_partition(
+      order.begin(), order.end(), [&](int v) { return std::find(clique.begin(), clique.end(), v) != clique.end(); });
   Model model;
   for (int v = 0; v < graph.size(); v++)
     model.vertex.push_back(cs_createCSint(1, colours));
@@ -260,7 +260,7 @@ static Outcome colourWith(const Model& model, int limit, Colours& colours)
   const int label = cs_saveContext();
   if (std::all_of(order.begin(), order.end(), [&](CSint* v) { return cs_LE(v, limit); }))
     outcome = runSearch("  " + plural(limit, "colour", "colours"),
-                        [&] { return cs_search(order.data(), n, obedient<cs_findFreeVarNbElements>); });
+        [&] { return cs_search(order.data(), n, obedient<cs_findFreeVarNbElements>); });
   if (outcome.found)
     std::transform(model.vertex.begin(), model.vertex.end(), colours.begin(), cs_getValue);
   cs_restoreContextUntil(label);
@@ -328,7 +328,7 @@ static int colourFile(const std::string& file, double seconds, bool show)
     return badInput;
   }
   std::printf("%s: %s, %s\n", file.c_str(), plural(graph.size(), "vertex", "vertices").c_str(),
-              plural(graph.edges, "edge", "edges").c_str());
+      plural(graph.edges, "edge", "edges").c_str());
   std::fflush(stdout);
 
   cs_init();
@@ -349,7 +349,7 @@ static int colourFile(const std::string& file, double seconds, bool show)
     std::printf("optimal: %s, verified\n", plural(bounds.upper, "colour", "colours").c_str());
   else
     std::printf("stopped (%s): from %d to %d colours, the colouring with %d verified\n", stopText(bounds.stop),
-                bounds.lower, bounds.upper, bounds.upper);
+        bounds.lower, bounds.upper, bounds.upper);
   if (show)
     printColours(bounds.colours);
   std::printf("\n");

@@ -88,7 +88,7 @@ static Graph map(const char* text, std::string& legend)
   Graph graph;
   for (auto& [place, n] : number) {
     n = ++graph.vertices;
-    legend += "c " + std::to_string(n) + ' ' + place + '\n';
+    legend += "\nc " + std::to_string(n) + ' ' + place;
   }
   for (auto& [place, other] : borders)
     graph.edges.emplace_back(number[place], number[other]);
@@ -138,18 +138,28 @@ static const char* const unitedStates = "AL FL GA MS TN\n"
                                         "UT WY\n"
                                         "VA WV\n";
 
-static bool write(const std::string& folder, const std::string& name, const std::string& comment, Graph graph)
+struct File
 {
-  std::sort(graph.edges.begin(), graph.edges.end());
-  std::FILE* out = std::fopen((folder + '/' + name + ".col").c_str(), "w");
+  std::string name;
+  std::string comment;
+  Graph graph;
+};
+
+static bool write(const std::string& folder, File file)
+{
+  const std::string path = folder + '/' + file.name + ".col";
+  std::FILE* out = std::fopen(path.c_str(), "w");
   if (!out) {
-    std::perror((folder + '/' + name + ".col").c_str());
+    std::perror(path.c_str());
     return false;
   }
-  std::fprintf(out, "c %s\np edge %d %zu\n", comment.c_str(), graph.vertices, graph.edges.size());
-  for (auto [v, w] : graph.edges)
+  std::vector<std::pair<int, int>>& edges = file.graph.edges;
+  std::sort(edges.begin(), edges.end());
+  std::fprintf(out, "c %s\np edge %d %zu\n", file.comment.c_str(), file.graph.vertices, edges.size());
+  for (auto [v, w] : edges)
     std::fprintf(out, "e %d %d\n", v, w);
-  return std::fclose(out) == 0;
+  const bool written = !std::ferror(out);
+  return std::fclose(out) == 0 && written;
 }
 
 int main(int argc, char** argv)
@@ -158,24 +168,24 @@ int main(int argc, char** argv)
     std::fprintf(stderr, "Usage: make-graphs FOLDER\nWrites the example graphs into FOLDER.\n");
     return 2;
   }
-  const std::string folder = argv[1];
-  bool ok = true;
+
+  std::vector<File> files;
   for (int n : {5, 6, 7, 8, 10}) {
-    const std::string name = "queen" + std::to_string(n) + '_' + std::to_string(n);
-    ok = ok &&
-         write(folder, name, "Queen moves on a board of " + std::to_string(n) + " by " + std::to_string(n), queens(n));
+    const std::string side = std::to_string(n);
+    files.push_back({"queen" + side + '_' + side, "Queen moves on a board of " + side + " by " + side, queens(n)});
   }
   for (int order : {3, 4, 5}) {
     const std::string number = std::to_string(order);
-    ok = ok && write(folder, "myciel" + number, "Mycielski graph of order " + number, mycielski(order));
+    files.push_back({"myciel" + number, "Mycielski graph of order " + number, mycielski(order)});
   }
-  ok = ok && write(folder, "petersen", "The Petersen graph", petersen());
-  ok = ok && write(folder, "bipartite7_9", "The complete bipartite graph of 7 and 9 vertices", completeBipartite(7, 9));
-  std::string legend;
+  files.push_back({"petersen", "The Petersen graph", petersen()});
+  files.push_back({"bipartite7_9", "The complete bipartite graph of 7 and 9 vertices", completeBipartite(7, 9)});
+  std::string legend = "Borders of the contiguous states of the USA and the District of Columbia";
   const Graph states = map(unitedStates, legend);
-  ok = ok && write(folder, "usa",
-                   "Borders of the contiguous states of the USA and the District of Columbia\n" +
-                       legend.substr(0, legend.size() - 1),
-                   states);
-  return ok ? 0 : 1;
+  files.push_back({"usa", legend, states});
+
+  for (const File& file : files)
+    if (!write(argv[1], file))
+      return 1;
+  return 0;
 }

@@ -24,7 +24,8 @@ static const char usage[] =
     "  --count N        look for up to N solutions of each puzzle (2, which is enough to say\n"
     "                   whether the first is the only one)\n"
     "  --lines          print one line for each puzzle: its first solution, or the puzzle itself\n"
-    "                   when there is none, then the number of solutions (2+: at least 2)\n"
+    "                   when there is none, then the number of solutions (2+: at least 2,\n"
+    "                   1?: given up after the first)\n"
     "  --time SECONDS   give up a puzzle after this long\n"
     "  --help           print this text\n"
     "\n"
@@ -204,11 +205,11 @@ static void add(Tally& tally, const Outcome& outcome)
 static void printSummary(const Tally& tally)
 {
   std::printf("%s: %d with one solution, %d with several, %d without", //
-              plural(tally.puzzles(), "puzzle", "puzzles").c_str(), tally.unique, tally.several, tally.none);
+      plural(tally.puzzles(), "puzzle", "puzzles").c_str(), tally.unique, tally.several, tally.none);
   if (tally.open)
     std::printf(", %d undecided", tally.open);
-  std::printf("; %s; %s\n", plural(tally.malformed, "malformed line", "malformed lines").c_str(),
-              tally.sum.cost().c_str());
+  std::printf(
+      "; %s; %s\n", plural(tally.malformed, "malformed line", "malformed lines").c_str(), tally.sum.cost().c_str());
 }
 
 /* ---------------------------------------------------------------------------------------------------------------------
@@ -239,7 +240,7 @@ static void solveAll(std::istream& in, const std::string& file, double seconds, 
       continue;
     }
     std::printf("%s: %s\n", where.text().c_str(),
-                plural(81 - std::count(clues.begin(), clues.end(), 0), "clue", "clues").c_str());
+        plural(81 - std::count(clues.begin(), clues.end(), 0), "clue", "clues").c_str());
     printGrids(clues);
     std::printf("%s; %s\n\n", verdict(outcome).c_str(), outcome.cost().c_str());
     std::fflush(stdout);

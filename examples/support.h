@@ -196,8 +196,8 @@ struct Outcome
   {
     char text[120];
     std::snprintf(text, sizeof text, "%s, %s, %.3f s",
-                  plural(static_cast<long long>(choicePoints), "choice point", "choice points").c_str(),
-                  plural(static_cast<long long>(fails), "fail", "fails").c_str(), seconds);
+        plural(static_cast<long long>(choicePoints), "choice point", "choice points").c_str(),
+        plural(static_cast<long long>(fails), "fail", "fails").c_str(), seconds);
     return text;
   }
 };
