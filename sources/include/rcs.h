@@ -291,8 +291,8 @@ struct HashTableIterator
   HashEntry* _entry;
 };
 
-CS_API HashTable* rcsCreateHashTable(int (*hash)(const void*), int (*compare)(const void*, const void*),
-                                     uint64_t valueSize);
+CS_API HashTable* rcsCreateHashTable(
+    int (*hash)(const void*), int (*compare)(const void*, const void*), uint64_t valueSize);
 CS_API void rcsDeleteHashTable(HashTable* table);
 CS_API void rcsHashTableSet(HashTable* table, void* key, const void* value); ///< in front of an older equal key
 CS_API void rcsHashTableRemove(HashTable* table, const void* key);

@@ -95,8 +95,8 @@ static int PallNeqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
   return 1;
 }
 
-static const Handler PallNeq[6] = {PallNeqNewMinMaxEvent, PallNeqNewMinMaxEvent, PallNeqEqEvent,
-                                   PallNeqEqEvent,        PallNeqEqEvent,        Ptrue};
+static const Handler PallNeq[6] = {
+    PallNeqNewMinMaxEvent, PallNeqNewMinMaxEvent, PallNeqEqEvent, PallNeqEqEvent, PallNeqEqEvent, Ptrue};
 
 static int doAllNeq(ConstraintInfo* info, CSint** vars, int32_t size)
 {

@@ -19,7 +19,8 @@ struct Lower
   static constexpr EventKind fixed = NewMinEq;
 
   static int32_t of(const CSint* v) { return v->_min; }
-  static void store(CSint* v, int32_t value) { v->_min = value; }
+  static int32_t told(const CSint* v) { return v->_propMin; }
+  static void noteTold(CSint* v, int32_t value) { v->_propMin = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMin(v, value); }
   static constexpr bool inside(int32_t a, int32_t b) { return a > b; }
   static constexpr int32_t step(int32_t value, int32_t n) { return wrapAdd(value, n); }
@@ -32,7 +33,8 @@ struct Upper
   static constexpr EventKind fixed = NewMaxEq;
 
   static int32_t of(const CSint* v) { return v->_max; }
-  static void store(CSint* v, int32_t value) { v->_max = value; }
+  static int32_t told(const CSint* v) { return v->_propMax; }
+  static void noteTold(CSint* v, int32_t value) { v->_propMax = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMax(v, value); }
   static constexpr bool inside(int32_t a, int32_t b) { return a < b; }
   static constexpr int32_t step(int32_t value, int32_t n) { return wrapSub(value, n); }

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-ConstraintInfo* CurrentCI = nullptr;
+ConstraintInfo* kernel::CurrentCI = nullptr;
 
 ConstraintInfo* rcsGetEventCI(void) { return CurrentCI; }
 

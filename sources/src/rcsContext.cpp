@@ -6,28 +6,19 @@
  * is what clients see: records of the trail are undone strictly backwards, the queue is first in, first out, and the
  * attachments of a variable are woken newest first.
  */
-#include "rcsHeap.h"
+#include "rcsKernel.h"
 #include "rcsPrivate.h"
 
 #include <cstdio>
 #include <cstdlib>
 
-/// Changes wait here, as records in the order in which they were made, until a flush reaches them.
-struct PropagationQueue
-{
-  RecordHeap<PropagationRecord> _heap; ///< records are taken here once and go round through _free
-  PropagationRecord* _head;            ///< null: the queue is empty
-  PropagationRecord* _tail;            ///< meaningless while the queue is empty
-  PropagationRecord* _free;
-  uint32_t _depth;      ///< flushes now running on the stack
-  uint32_t _depthLimit; ///< highest _depth at which a change starts a flush of its own
-  int32_t _failures;    ///< failed flushes that no caller has taken note of
-};
+namespace kernel {
+RecordHeap<TrailEvent> _e;
+PropagationQueue _pq;
+} // namespace kernel
 
 static RecordHeap<CSint> _v;
-static RecordHeap<TrailEvent> _e;
 static RecordHeap<ContextRecord> _c;
-static PropagationQueue _pq;
 
 static int32_t _ref; ///< 1 while the solver is up
 
@@ -205,13 +196,9 @@ const char* cs_getVersion(void) { return "3.8.0"; }
 
 int rcsSaveCSint(CSint* variable, uint32_t kind, int32_t value, int32_t nbElements)
 {
-  TrailEvent* e = takeRecord(_e);
-  if (!e)
+  if (!hasRoom(_e) && !makeRoom(_e))
     return 0;
-  e->_subject = variable;
-  e->_kind = kind;
-  e->_value._int = value;
-  e->_extra._int = nbElements;
+  writeOld(variable, EventKind(kind), value, nbElements);
   return 1;
 }
 
@@ -400,48 +387,39 @@ void cs_restoreAndSaveContext(void)
 
 int32_t __rcsPropagateCount = 0;
 
-int rcsDoPropagation(CSint* variable, uint32_t event, int32_t value)
+/// Appends a record for whichever flush reaches it.
+static PropagationRecord* enqueue(CSint* variable, uint32_t event, int32_t value)
 {
-  if (!variable->_constraints) {
-    variable->_propMin = variable->_min;
-    variable->_propMax = variable->_max;
-    return 1;
-  }
   PropagationRecord* record = _pq._free;
   if (record)
     _pq._free = record->_nextRecord;
   else if (!(record = takeRecord(_pq._heap)))
-    return 0;
-  record->_variable = variable;
-  record->_event = event;
-  record->_value = value;
-  record->_attachments = variable->_constraints;
-  record->_nextRecord = nullptr;
-  if (_pq._head) {
-    _pq._tail = _pq._tail->_nextRecord = record;
-    return 1;
-  }
-  _pq._head = _pq._tail = record;
-  if (_pq._depth > _pq._depthLimit)
-    return 1;
-  int32_t before = _pq._failures;
-  _flushPropagationQueue();
-  if (_pq._failures <= before)
-    return 1;
-  _pq._failures = before;
-  return 0;
+    return nullptr;
+  *record = {._variable = variable,
+      ._event = event,
+      ._value = value,
+      ._attachments = variable->_constraints,
+      ._nextRecord = nullptr};
+  if (_pq._head)
+    _pq._tail->_nextRecord = record;
+  else
+    _pq._head = record;
+  _pq._tail = record;
+  return record;
 }
 
-/// What the handlers are told of a record.
-struct Step
+/// What the handlers are told.
+struct Change
 {
-  int32_t old;
-  int32_t now;
+  CSint* _variable;
+  size_t _event;
+  int32_t _old;
+  int32_t _now;
 };
 
 /// Works out the step from what the handlers of the variable were last told, and notes it as told. False when a later
 /// change has made the record stale: that one has a record of its own and tells the whole step.
-static inline bool takeStep(const PropagationRecord* record, Step* step)
+static inline bool takeStep(const PropagationRecord* record, Change* change)
 {
   CSint* v = record->_variable;
   int32_t value = record->_value;
@@ -451,7 +429,7 @@ static inline bool takeStep(const PropagationRecord* record, Step* step)
       return false;
     [[fallthrough]];
   case NewMinEq:
-    *step = {v->_propMin, value};
+    *change = {v, record->_event, v->_propMin, value};
     v->_propMin = value;
     return true;
   case NewMax:
@@ -459,86 +437,151 @@ static inline bool takeStep(const PropagationRecord* record, Step* step)
       return false;
     [[fallthrough]];
   case NewMaxEq:
-    *step = {v->_propMax, value};
+    *change = {v, record->_event, v->_propMax, value};
     v->_propMax = value;
     return true;
   case Eq:
-    *step = {v->_propMin, v->_propMax};
+    *change = {v, record->_event, v->_propMin, v->_propMax};
     v->_propMin = v->_propMax = v->_min;
     return true;
   default:
     if (v->_min >= value || v->_max <= value)
       return false;
-    *step = {value, value};
+    *change = {v, record->_event, value, value};
     return true;
   }
 }
 
 /// Only the low 8 bits of a handler's answer count.
-static inline bool wake(const PropagationRecord* record, Tconstraint* t, Step step)
+static inline bool wake(const Change& change, Tconstraint* t)
 {
-  return uint8_t(t->_constraint->_handlers[record->_event](record->_variable, t, step.old, step.now)) != 0;
+  return uint8_t(t->_constraint->_handlers[change._event](change._variable, t, change._old, change._now)) != 0;
 }
 
 constexpr uint32_t listensForFailure = 1;
 
-/// Calls the listeners for failure from `flagged` on, in the list in which that one lies, with the failing record.
-static void tellListeners(const PropagationRecord* record, Tconstraint* flagged, Step step)
+/// Gives back all that is pending, also for flushes further out, in one step.
+static void dropQueue()
 {
-  for (Tconstraint* t = flagged; t; t = t->_next)
-    if (t->_constraint->_state & listensForFailure)
-      wake(record, t, step);
-}
-
-/// Gives the failing record and all that is pending, also for flushes further out, back in one step.
-static void dropQueue(PropagationRecord* failing)
-{
-  failing->_nextRecord = _pq._head;
-  if (_pq._head)
-    _pq._tail->_nextRecord = _pq._free;
-  else
-    failing->_nextRecord = _pq._free;
-  _pq._free = failing;
+  if (!_pq._head)
+    return;
+  _pq._tail->_nextRecord = _pq._free;
+  _pq._free = _pq._head;
   _pq._head = nullptr;
 }
 
-[[gnu::noinline]] static void failFlush(PropagationRecord* record, Tconstraint* failed, Tconstraint* flagged, Step step)
+/// Ends a flush whose handler for `failed` answered no. The listeners for failure hear of it from `flagged` on, in the
+/// list in which that one lies, and are given the failing change.
+[[gnu::noinline]] static void failFlush(
+    CSint* variable, size_t event, int32_t old, int32_t now, Tconstraint* failed, Tconstraint* flagged)
 {
-  CSint* variable = record->_variable;
-  uint32_t event = record->_event;
   ConstraintInfo* info = failed->_constraint->_info;
-  tellListeners(record, flagged, step);
-  dropQueue(record);
+  for (Tconstraint* t = flagged; t; t = t->_next)
+    if (t->_constraint->_state & listensForFailure)
+      wake({variable, event, old, now}, t);
+  dropQueue();
   _pq._failures++;
   _pq._depth--;
   if (IsProfileEnabled)
-    rcsCallProfiler(0, variable, event, info);
+    rcsCallProfiler(0, variable, uint32_t(event), info);
+}
+
+/// Calls the handlers of the attachments from `t` on, newest first. At the first that fails the whole flush is over,
+/// and false comes back. `flagged` is the first listener for failure that this flush met, in whatever list.
+static inline bool wakeAll(const Change& change, Tconstraint* t, Tconstraint*& flagged)
+{
+  for (; t; t = t->_next) {
+    if (t->_constraint->_state == 0) [[likely]] {
+      if (!wake(change, t)) {
+        failFlush(change._variable, change._event, change._old, change._now, t, flagged);
+        return false;
+      }
+      if (IsProfileEnabled) [[unlikely]]
+        rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
+    } else if (!flagged && (t->_constraint->_state & listensForFailure)) {
+      flagged = t;
+    }
+  }
+  return true;
+}
+
+/// Takes the records in their order until none is left, and ends the flush.
+static void drainQueue(Tconstraint* flagged)
+{
+  while (PropagationRecord* record = _pq._head) {
+    Change change;
+    bool fresh = takeStep(record, &change);
+    Tconstraint* attachments = record->_attachments;
+    _pq._head = record->_nextRecord;
+    record->_nextRecord = _pq._free;
+    _pq._free = record;
+    if (fresh && !wakeAll(change, attachments, flagged))
+      return;
+  }
+  _pq._depth--;
 }
 
 void _flushPropagationQueue(void)
 {
   _pq._depth++;
-  // The first listener for failure that this flush met, in whatever list: it isn't reset between records.
+  drainQueue(nullptr);
+}
+
+/// Runs a flush on behalf of a change and takes note of its failures: those of this flush, and those of flushes that
+/// the saving of a context started inside it and left untold.
+template <typename Flush>
+static inline int runFlush(Flush flush)
+{
+  int32_t before = _pq._failures;
+  _pq._depth++;
+  flush();
+  if (_pq._failures <= before) [[likely]]
+    return 1;
+  _pq._failures = before;
+  return 0;
+}
+
+/// The rest of flushChange from an attachment on that isn't plain: a listener for failure, or any while a profiler is
+/// on.
+[[gnu::noinline]] static void wakeRest(CSint* variable, size_t event, int32_t old, int32_t now, Tconstraint* t)
+{
   Tconstraint* flagged = nullptr;
-  while (PropagationRecord* record = _pq._head) {
-    _pq._head = record->_nextRecord;
-    if (!_pq._head)
-      _pq._tail = nullptr;
-    Step step;
-    if (takeStep(record, &step)) {
-      for (Tconstraint* t = record->_attachments; t; t = t->_next) {
-        if (t->_constraint->_state == 0) {
-          if (!wake(record, t, step))
-            return failFlush(record, t, flagged, step);
-          if (IsProfileEnabled)
-            rcsCallProfiler(1, record->_variable, record->_event, t->_constraint->_info);
-        } else if (!flagged && (t->_constraint->_state & listensForFailure)) {
-          flagged = t;
-        }
-      }
+  if (wakeAll({variable, event, old, now}, t, flagged))
+    drainQueue(flagged);
+}
+
+int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
+{
+  return runFlush([=] {
+    for (Tconstraint* t = variable->_constraints; t; t = t->_next) {
+      if (t->_constraint->_state != 0) [[unlikely]]
+        return wakeRest(variable, event, old, now, t);
+      if (!wake({variable, event, old, now}, t)) [[unlikely]]
+        return failFlush(variable, event, old, now, t, nullptr);
+      if (IsProfileEnabled) [[unlikely]]
+        rcsCallProfiler(1, variable, uint32_t(event), t->_constraint->_info);
     }
-    record->_nextRecord = _pq._free;
-    _pq._free = record;
-  }
-  _pq._depth--;
+    if (_pq._head)
+      drainQueue(nullptr);
+    else
+      _pq._depth--;
+  });
+}
+
+int queueChange(CSint* variable, uint32_t event, int32_t value)
+{
+  // A queue that isn't empty is being flushed further up the stack.
+  bool first = !_pq._head;
+  if (!enqueue(variable, event, value))
+    return 0;
+  return !first || _pq._depth > _pq._depthLimit || runFlush([] { drainQueue(nullptr); });
+}
+
+int rcsDoPropagation(CSint* variable, uint32_t event, int32_t value)
+{
+  if (variable->_constraints)
+    return queueChange(variable, event, value);
+  variable->_propMin = variable->_min;
+  variable->_propMax = variable->_max;
+  return 1;
 }

@@ -25,11 +25,11 @@ HashTable* rcsCreateHashTable(int (*hash)(const void*), int (*compare)(const voi
     return nullptr;
   }
   *table = {._hash = hash,
-            ._compare = compare,
-            ._valueSize = valueSize,
-            ._count = 0,
-            ._nbBuckets = firstNbBuckets,
-            ._buckets = allocateBuckets(firstNbBuckets)};
+      ._compare = compare,
+      ._valueSize = valueSize,
+      ._count = 0,
+      ._nbBuckets = firstNbBuckets,
+      ._buckets = allocateBuckets(firstNbBuckets)};
   if (!table->_buckets) {
     free(table);
     return nullptr;

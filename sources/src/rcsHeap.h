@@ -13,7 +13,8 @@
 constexpr int32_t recordsPerBlock = 1024;
 
 /// Records 0.._used-1 are in use; number _used - _current->_base of _current stands at _top. The top may stand at the
-/// very start of a block, and every block behind _current is empty.
+/// very start of a block or, when the next take has to find a block, at the very end; every block behind _current is
+/// empty.
 template <typename Record>
 struct RecordHeap
 {
@@ -21,6 +22,7 @@ struct RecordHeap
   HeapBlock* _current;
   int32_t _used;
   int32_t _nbBlocks;
+  Record* _end; ///< end of _current
   Record* _top;
 };
 
@@ -56,6 +58,13 @@ inline void deleteBlock(HeapBlock* block)
   free(block);
 }
 
+template <typename Record>
+inline void enterBlock(RecordHeap<Record>& heap, HeapBlock* block)
+{
+  heap._current = block;
+  heap._end = recordsOf<Record>(block) + block->_capacity;
+}
+
 /// Makes the first block; `create` is the heap's exported maker of blocks.
 template <typename Record>
 bool openHeap(RecordHeap<Record>& heap, HeapBlock* (*create)(int32_t, HeapBlock*, int32_t))
@@ -63,6 +72,7 @@ bool openHeap(RecordHeap<Record>& heap, HeapBlock* (*create)(int32_t, HeapBlock*
   heap._first = heap._current = create(0, nullptr, recordsPerBlock);
   if (!heap._first)
     return false;
+  enterBlock(heap, heap._first);
   heap._used = 0;
   heap._nbBlocks = 1;
   heap._top = recordsOf<Record>(heap._first);
@@ -78,28 +88,41 @@ void closeHeap(RecordHeap<Record>& heap, void (*destroy)(HeapBlock*))
 }
 
 template <typename Record>
-[[gnu::noinline]] Record* takeFromNextBlock(RecordHeap<Record>& heap)
+inline bool hasRoom(const RecordHeap<Record>& heap)
+{
+  return heap._top != heap._end;
+}
+
+/// Goes on to the next block, whose start is then the top; false when out of memory.
+template <typename Record>
+[[gnu::noinline]] bool makeRoom(RecordHeap<Record>& heap)
 {
   HeapBlock* next = heap._current->_nextBlock;
   if (!next) {
     next = createBlock<Record>(heap._used, heap._current, recordsPerBlock);
     if (!next)
-      return nullptr;
+      return false;
     heap._nbBlocks++;
   }
-  heap._current = next;
+  enterBlock(heap, next);
+  heap._top = recordsOf<Record>(next);
+  return true;
+}
+
+/// For a heap that has room.
+template <typename Record>
+inline Record* takeRoom(RecordHeap<Record>& heap)
+{
   heap._used++;
-  heap._top = recordsOf<Record>(next) + 1;
-  return recordsOf<Record>(next);
+  return heap._top++;
 }
 
 template <typename Record>
 inline Record* takeRecord(RecordHeap<Record>& heap)
 {
-  if (heap._used >= heap._current->_base + heap._current->_capacity) [[unlikely]]
-    return takeFromNextBlock(heap);
-  heap._used++;
-  return heap._top++;
+  if (!hasRoom(heap) && !makeRoom(heap)) [[unlikely]]
+    return nullptr;
+  return takeRoom(heap);
 }
 
 /// The record given back, or null when there was none: the heap then has no current block any more.
@@ -109,10 +132,13 @@ inline Record* giveBackRecord(RecordHeap<Record>& heap)
   int32_t n = heap._used--;
   if (n > heap._current->_base)
     return --heap._top;
-  heap._current = heap._current->_prevBlock;
-  if (!heap._current)
+  HeapBlock* previous = heap._current->_prevBlock;
+  if (!previous) {
+    heap._current = nullptr;
     return nullptr;
-  return heap._top = recordsOf<Record>(heap._current) + heap._current->_capacity - 1;
+  }
+  enterBlock(heap, previous);
+  return heap._top = heap._end - 1;
 }
 
 template <typename Record>

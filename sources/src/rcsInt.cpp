@@ -7,6 +7,7 @@
  * undoing. Whether a variable has holes shows only in its count of values.
  */
 #include "rcsBound.h"
+#include "rcsKernel.h"
 
 #include <cstdarg>
 #include <cstdlib>
@@ -19,16 +20,16 @@
 void _rcsIntInit(CSint* variable, int32_t min, int32_t max)
 {
   *variable = {._initMin = min,
-               ._initMax = max,
-               ._min = min,
-               ._max = max,
-               ._domain = nullptr,
-               ._nbElements = wrapCount(min, max),
-               ._nbConstraints = 0,
-               ._name = nullptr,
-               ._constraints = nullptr,
-               ._propMin = min,
-               ._propMax = max};
+      ._initMax = max,
+      ._min = min,
+      ._max = max,
+      ._domain = nullptr,
+      ._nbElements = wrapCount(min, max),
+      ._nbConstraints = 0,
+      ._name = nullptr,
+      ._constraints = nullptr,
+      ._propMin = min,
+      ._propMax = max};
 }
 
 void _rcsIntDestroy(CSint* variable)
@@ -187,35 +188,80 @@ void cs_freeDomain(int* values) { free(values); }
 int Ptrue(CSint*, Tconstraint*, int32_t, int32_t) { return 1; }
 
 template <typename Side>
-static inline int sendBoundMoved(CSint* v, int32_t bound)
+static inline int tellBound(CSint* v, EventKind event, int32_t bound)
 {
-  return rcsDoPropagation(v, isFixed(v) ? Side::fixed : Side::moved, bound);
+  return propagate(v, event, bound, [=] {
+    int32_t told = Side::told(v);
+    Side::noteTold(v, bound);
+    return flushChange(v, event, told, bound);
+  });
 }
 
-int _rcsSetMin(CSint* v, int32_t value)
+static inline int tellFixedInside(CSint* v, int32_t value)
+{
+  return propagate(v, Eq, value, [=] {
+    int32_t toldMin = v->_propMin, toldMax = v->_propMax;
+    v->_propMin = v->_propMax = value;
+    return flushChange(v, Eq, toldMin, toldMax);
+  });
+}
+
+static inline int tellRemoved(CSint* v, int32_t value)
+{
+  return propagate(v, Neq, value, [=] { return flushChange(v, Neq, value, value); });
+}
+
+static inline int storeMin(CSint* v, int32_t value)
+{
+  v->_min = value;
+  return tellBound<Lower>(v, isFixed(v) ? NewMinEq : NewMin, value);
+}
+
+static inline int storeMax(CSint* v, int32_t value)
+{
+  v->_max = value;
+  return tellBound<Upper>(v, isFixed(v) ? NewMaxEq : NewMax, value);
+}
+
+// Out of line, so that the way of a pure interval stays short.
+[[gnu::noinline]] static int raiseMinOverHoles(CSint* v, int32_t value)
+{
+  v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, v->_min, value - 1)));
+  return storeMin(v, rcsDomainNextOn(v->_domain, value - 1));
+}
+
+[[gnu::noinline]] static int lowerMaxOverHoles(CSint* v, int32_t value)
+{
+  v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, value + 1, v->_max)));
+  return storeMax(v, rcsDomainPrevOn(v->_domain, value + 1));
+}
+
+static inline int raiseMin(CSint* v, int32_t value)
 {
   assert(v->_min < value && value <= v->_max);
-  if (hasHoles(v)) {
-    v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, v->_min, value - 1)));
-    value = rcsDomainNextOn(v->_domain, value - 1);
-  } else {
-    v->_nbElements = wrapCount(value, v->_max);
-  }
-  v->_min = value;
-  return sendBoundMoved<Lower>(v, value);
+  if (hasHoles(v))
+    return raiseMinOverHoles(v, value);
+  v->_nbElements = wrapCount(value, v->_max);
+  return storeMin(v, value);
 }
 
-int _rcsSetMax(CSint* v, int32_t value)
+static inline int lowerMax(CSint* v, int32_t value)
 {
   assert(v->_min <= value && value < v->_max);
-  if (hasHoles(v)) {
-    v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, value + 1, v->_max)));
-    value = rcsDomainPrevOn(v->_domain, value + 1);
-  } else {
-    v->_nbElements = wrapCount(v->_min, value);
-  }
-  v->_max = value;
-  return sendBoundMoved<Upper>(v, value);
+  if (hasHoles(v))
+    return lowerMaxOverHoles(v, value);
+  v->_nbElements = wrapCount(v->_min, value);
+  return storeMax(v, value);
+}
+
+int _rcsSetMin(CSint* v, int32_t value) { return raiseMin(v, value); }
+
+int _rcsSetMax(CSint* v, int32_t value) { return lowerMax(v, value); }
+
+/// Makes room on the trail and narrows again: the rare way, which leaves the usual one without a call in its middle.
+[[gnu::noinline]] static int withRoom(int (*narrow)(CSint*, int32_t), CSint* variable, int32_t value)
+{
+  return makeRoom(_e) ? narrow(variable, value) : 0;
 }
 
 int rcsSetMin(CSint* variable, int32_t value)
@@ -224,7 +270,10 @@ int rcsSetMin(CSint* variable, int32_t value)
     return 0;
   if (variable->_min >= value)
     return 1;
-  return rcsSaveCSint(variable, NewMin, variable->_min, variable->_nbElements) && _rcsSetMin(variable, value);
+  if (!hasRoom(_e)) [[unlikely]]
+    return withRoom(rcsSetMin, variable, value);
+  writeOld(variable, NewMin, variable->_min, variable->_nbElements);
+  return raiseMin(variable, value);
 }
 
 int rcsSetMax(CSint* variable, int32_t value)
@@ -233,7 +282,22 @@ int rcsSetMax(CSint* variable, int32_t value)
     return 0;
   if (variable->_max <= value)
     return 1;
-  return rcsSaveCSint(variable, NewMax, variable->_max, variable->_nbElements) && _rcsSetMax(variable, value);
+  if (!hasRoom(_e)) [[unlikely]]
+    return withRoom(rcsSetMax, variable, value);
+  writeOld(variable, NewMax, variable->_max, variable->_nbElements);
+  return lowerMax(variable, value);
+}
+
+/// A value strictly inside takes two trail records, of which the first stands when the second can't be had.
+static int fixInside(CSint* v, int32_t value)
+{
+  writeOld(v, NewMin, v->_min, v->_nbElements);
+  if (!hasRoom(_e) && !makeRoom(_e)) [[unlikely]]
+    return 0;
+  writeOld(v, NewMax, v->_max, v->_nbElements);
+  v->_nbElements = 1;
+  v->_min = v->_max = value;
+  return tellFixedInside(v, value);
 }
 
 int rcsSetValue(CSint* variable, int32_t value)
@@ -244,14 +308,27 @@ int rcsSetValue(CSint* variable, int32_t value)
     return value == variable->_min;
   if (!rcsDomainIsOn(variable->_domain, value))
     return 0;
-  bool minMoves = value != variable->_min, maxMoves = value != variable->_max;
-  if (minMoves && !rcsSaveCSint(variable, NewMin, variable->_min, variable->_nbElements))
-    return 0;
-  if (maxMoves && !rcsSaveCSint(variable, NewMax, variable->_max, variable->_nbElements))
-    return 0;
-  variable->_min = variable->_max = value;
-  variable->_nbElements = 1;
-  return rcsDoPropagation(variable, !maxMoves ? NewMinEq : !minMoves ? NewMaxEq : Eq, value);
+  if (!hasRoom(_e)) [[unlikely]]
+    return withRoom(rcsSetValue, variable, value);
+  if (value == variable->_max) {
+    writeOld(variable, NewMin, variable->_min, variable->_nbElements);
+    variable->_nbElements = 1;
+    return storeMin(variable, value);
+  }
+  if (value == variable->_min) {
+    writeOld(variable, NewMax, variable->_max, variable->_nbElements);
+    variable->_nbElements = 1;
+    return storeMax(variable, value);
+  }
+  return fixInside(variable, value);
+}
+
+// Out of line: most removals find the bit-set made.
+[[gnu::noinline]] static bool makeBits(CSint* v)
+{
+  // Over the range at creation, so that the set serves whatever a later restore brings back.
+  v->_domain = rcsCreateDomain(v->_initMin, v->_initMax);
+  return v->_domain;
 }
 
 int rcsRemoveValue(CSint* variable, int32_t value)
@@ -262,18 +339,22 @@ int rcsRemoveValue(CSint* variable, int32_t value)
     return value != variable->_min;
   if (!rcsDomainIsOn(variable->_domain, value))
     return 1;
-  if (value == variable->_min)
-    return rcsSaveCSint(variable, NewMin, value, variable->_nbElements) && _rcsSetMin(variable, value + 1);
-  if (value == variable->_max)
-    return rcsSaveCSint(variable, NewMax, value, variable->_nbElements) && _rcsSetMax(variable, value - 1);
-  if (!rcsSaveCSint(variable, Neq, value, variable->_nbElements))
-    return 0;
-  // Over the range at creation, so that the set serves whatever a later restore brings back.
-  if (!variable->_domain && !(variable->_domain = rcsCreateDomain(variable->_initMin, variable->_initMax)))
+  if (!hasRoom(_e)) [[unlikely]]
+    return withRoom(rcsRemoveValue, variable, value);
+  if (value == variable->_min) {
+    writeOld(variable, NewMin, value, variable->_nbElements);
+    return raiseMin(variable, value + 1);
+  }
+  if (value == variable->_max) {
+    writeOld(variable, NewMax, value, variable->_nbElements);
+    return lowerMax(variable, value - 1);
+  }
+  writeOld(variable, Neq, value, variable->_nbElements);
+  if (!variable->_domain && !makeBits(variable))
     return 0;
   rcsDomainOff(variable->_domain, value);
   variable->_nbElements = wrapSub(variable->_nbElements, 1);
-  return rcsDoPropagation(variable, Neq, value);
+  return tellRemoved(variable, value);
 }
 
 int _rcsRemoveValue(CSint* variable, int32_t value)
@@ -286,7 +367,7 @@ int _rcsRemoveValue(CSint* variable, int32_t value)
   } else if (value == variable->_max) {
     variable->_max = rcsDomainPrevOn(variable->_domain, value);
   } else {
-    if (!variable->_domain && !(variable->_domain = rcsCreateDomain(variable->_initMin, variable->_initMax)))
+    if (!variable->_domain && !makeBits(variable))
       return 0;
     if (!rcsDomainIsOn(variable->_domain, value))
       return 1;

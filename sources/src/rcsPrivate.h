@@ -6,25 +6,21 @@
 
 #include "rcs.h"
 
-extern "C" {
+// Named in a namespace or mangled, so that nothing meets a client's names where the library is linked statically.
+namespace kernel {
+extern ConstraintInfo* CurrentCI;    ///< info of the client callback now running; set by the event watchers alone
+extern signed char IsProfileEnabled; ///< the queue tests it at each handler call
+} // namespace kernel
+using namespace kernel;
 
-// rcsContext
-void _flushPropagationQueue(
-    void); ///< wakes the handlers until the queue is empty or one fails, told by _failures alone
-
-// rcsConstraint
-extern ConstraintInfo* CurrentCI; ///< info of the client callback now running; set by the event watchers alone
+/// Wakes the handlers until the queue is empty or one of them fails, which only _failures tells.
+void _flushPropagationQueue(void);
 
 /// Gives one use of the info up; the last one frees it.
 void releaseInfo(ConstraintInfo* info);
 
-// rcsProfiler
-extern signed char IsProfileEnabled; ///< the queue tests it at each handler call
-
 /// The info that stands for the unary constraint `name` called at `location` inside the client callback now running;
 /// null when none is running or memory ran out.
 ConstraintInfo* getConstraintInfoByEvent(const char* name, const char* location);
-
-} // extern "C"
 
 #endif

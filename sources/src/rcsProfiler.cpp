@@ -69,7 +69,7 @@ void cs_setProfilerLocator(const char* format, CSlocator locator, void* extra)
 // Unary constraints called from a client's callback
 // =====================================================================================================================
 
-signed char IsProfileEnabled = 0;
+signed char kernel::IsProfileEnabled = 0;
 
 int rcsIsProfilerEnabled(void) { return IsProfileEnabled; }
 
@@ -248,7 +248,7 @@ void cs_deleteProfiler(Profiler* profiler)
   unlinkCall(_pcall, profiler);
 }
 
-void rcsCallProfiler(int success, CSint* variable, uint32_t event, ConstraintInfo* info)
+[[gnu::noinline]] void rcsCallProfiler(int success, CSint* variable, uint32_t event, ConstraintInfo* info)
 {
   for (Profiler* p = _pcall; p; p = p->_nextCall)
     p->_callback(p->_context, uint8_t(success), variable, event, info);

@@ -216,7 +216,7 @@ static int64_t countThenMin(int32_t nbElements, int32_t min) { return nbElements
 CSint* cs_findFreeVarNbElementsMin(CSint** variables, int n)
 {
   return smallestFree(variables, n, countThenMin(INT32_MAX, INT32_MAX),
-                      [](const CSint* v) { return countThenMin(v->_nbElements, v->_min); });
+      [](const CSint* v) { return countThenMin(v->_nbElements, v->_min); });
 }
 
 CSint* cs_findFreeVarNbConstraints(CSint** variables, int n)

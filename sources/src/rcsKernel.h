@@ -1,0 +1,60 @@
+/*
+ * The hot half of the kernel, inline for the narrowing routines: one trail record for each change, and the way of a
+ * change to its listeners.
+ */
+#ifndef RCS_KERNEL_H
+#define RCS_KERNEL_H
+
+#include "rcsHeap.h"
+
+/// Changes wait here, as records in the order in which they were made, until a flush reaches them.
+struct PropagationQueue
+{
+  RecordHeap<PropagationRecord> _heap; ///< records are taken here once and go round through _free
+  PropagationRecord* _head;            ///< null: the queue is empty
+  PropagationRecord* _tail;            ///< meaningless while the queue is empty
+  PropagationRecord* _free;
+  uint32_t _depth;      ///< flushes now running on the stack
+  uint32_t _depthLimit; ///< highest _depth at which a change starts a flush of its own
+  int32_t _failures;    ///< failed flushes that no caller has taken note of
+};
+
+// In a namespace, so that short names don't meet a client's where the library is linked statically.
+namespace kernel {
+extern RecordHeap<TrailEvent> _e;
+extern PropagationQueue _pq;
+} // namespace kernel
+using namespace kernel;
+
+/// Writes the old state of a variable to a trail that has room.
+inline void writeOld(CSint* variable, EventKind kind, int32_t value, int32_t nbElements)
+{
+  TrailEvent* e = takeRoom(_e);
+  e->_subject = variable;
+  e->_kind = kind;
+  e->_value._int = value;
+  e->_extra._int = nbElements;
+}
+
+/// Appends a record of the change, and flushes the queue if that is for this change to do.
+int queueChange(CSint* variable, uint32_t event, int32_t value);
+
+/// Flushes for a change that would be the first in an empty queue: it needs no record.
+int flushChange(CSint* variable, size_t event, int32_t old, int32_t now);
+
+/// Tells the listeners of a change that was just made. `tell` notes it as told and gives the step to `flushChange`; it
+/// serves where the change is reached at once, when nothing can have made it stale.
+template <typename Tell>
+inline int propagate(CSint* variable, uint32_t event, int32_t value, Tell tell)
+{
+  if (!variable->_constraints) {
+    variable->_propMin = variable->_min;
+    variable->_propMax = variable->_max;
+    return 1;
+  }
+  if (_pq._head || _pq._depth > _pq._depthLimit)
+    return queueChange(variable, event, value);
+  return tell();
+}
+
+#endif

@@ -1,0 +1,163 @@
+/*
+ * Propagation as slow and plain as possible: domains are sets of integers, a rule narrows the sets of one constraint
+ * once, and the closure runs all rules until nothing changes. The random call sequences and the brute-force tables
+ * compare the solver with it.
+ */
+#ifndef KIT_NAIVE_H
+#define KIT_NAIVE_H
+
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace kit {
+
+using Set = std::set<int>;
+using Sets = std::vector<Set*>; ///< one for each argument; the same set where a variable is given twice
+
+/// Narrows the sets, none of which is empty, in one pass; false when that leaves one empty or there is no solution.
+using Rule = std::function<bool(const Sets& x, const std::vector<int>& p)>;
+
+/// Is the tuple a solution?
+using Test = std::function<bool(const std::vector<int>& x, const std::vector<int>& p)>;
+
+namespace naive {
+
+inline int low(const Set* s) { return *s->begin(); }
+inline int high(const Set* s) { return *s->rbegin(); }
+inline bool fixed(const Set* s) { return s->size() == 1; }
+
+inline bool atLeast(Set* s, int64_t bound)
+{
+  std::erase_if(*s, [=](int x) { return x < bound; });
+  return !s->empty();
+}
+
+inline bool atMost(Set* s, int64_t bound)
+{
+  std::erase_if(*s, [=](int x) { return x > bound; });
+  return !s->empty();
+}
+
+inline bool remove(Set* s, int value)
+{
+  s->erase(value);
+  return !s->empty();
+}
+
+inline bool neq(const Sets& x, const std::vector<int>&)
+{
+  return x[0] != x[1] && (!fixed(x[0]) || remove(x[1], low(x[0]))) && (!fixed(x[1]) || remove(x[0], low(x[1])));
+}
+
+inline bool eq(const Sets& x, const std::vector<int>&)
+{
+  std::erase_if(*x[0], [&](int value) { return !x[1]->count(value); });
+  *x[1] = *x[0];
+  return !x[0]->empty();
+}
+
+inline bool le(const Sets& x, const std::vector<int>&) { return atLeast(x[1], low(x[0])) && atMost(x[0], high(x[1])); }
+
+inline bool lt(const Sets& x, const std::vector<int>&)
+{
+  return x[0] != x[1] && atLeast(x[1], int64_t(low(x[0])) + 1) && atMost(x[0], int64_t(high(x[1])) - 1);
+}
+
+inline bool forwardDifferent(const Sets& x, const std::vector<int>&)
+{
+  for (const Set* a : x)
+    for (Set* b : x)
+      if (a != b && fixed(a) && !remove(b, low(a)))
+        return false;
+  return true;
+}
+
+/// Calls `visit` for each tuple of the sets; the tuple holds a value for each argument.
+inline void eachTuple(const Sets& x, const std::function<void(const std::vector<int>&)>& visit)
+{
+  std::vector<int> tuple(x.size());
+  std::function<void(size_t)> choose = [&](size_t i) {
+    if (i == x.size())
+      return visit(tuple);
+    for (size_t k = 0; k < i; k++)
+      if (x[k] == x[i]) {
+        tuple[i] = tuple[k];
+        return choose(i + 1);
+      }
+    for (int value : *x[i]) {
+      tuple[i] = value;
+      choose(i + 1);
+    }
+  };
+  choose(0);
+}
+
+/// The strongest rule of a predicate: only what stands in a solution is kept. No sound constraint removes more.
+inline Rule strongest(Test holds)
+{
+  return [holds](const Sets& x, const std::vector<int>& p) {
+    std::vector<Set> kept(x.size());
+    eachTuple(x, [&](const std::vector<int>& tuple) {
+      if (holds(tuple, p))
+        for (size_t i = 0; i < x.size(); i++)
+          kept[i].insert(tuple[i]);
+    });
+    for (size_t i = 0; i < x.size(); i++)
+      *x[i] = kept[i];
+    return !kept.empty() && !kept[0].empty();
+  };
+}
+
+/// The weakest rule: looks only when everything is instantiated.
+inline Rule weakest(Test holds)
+{
+  return [holds](const Sets& x, const std::vector<int>& p) {
+    std::vector<int> tuple;
+    for (const Set* s : x) {
+      if (!fixed(s))
+        return true;
+      tuple.push_back(low(s));
+    }
+    return holds(tuple, p);
+  };
+}
+
+} // namespace naive
+
+/// A rule with what it is applied to.
+struct Posting
+{
+  const Rule* rule;
+  Sets x;
+  const std::vector<int>* p;
+};
+
+/// Runs the rules until nothing changes; false when one has no solution or a set is empty.
+inline bool closure(const std::vector<Posting>& postings)
+{
+  auto size = [&] {
+    size_t sum = 0;
+    for (const Posting& posting : postings)
+      for (const Set* s : posting.x)
+        sum += s->size();
+    return sum;
+  };
+  for (size_t before = 0, now = size(); before != now; now = size()) {
+    before = now;
+    for (const Posting& posting : postings) {
+      for (const Set* s : posting.x)
+        if (s->empty())
+          return false;
+      if (!(*posting.rule)(posting.x, *posting.p))
+        return false;
+    }
+  }
+  return true;
+}
+
+} // namespace kit
+
+#endif

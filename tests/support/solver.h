@@ -1,0 +1,64 @@
+/*
+ * The ground under every test: a fixture that starts and ends the solver, variables from text and domains as text. The
+ * text is made here from the record's fields, independent of the library's own printing.
+ */
+#ifndef KIT_SOLVER_H
+#define KIT_SOLVER_H
+
+#include "rcs.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kit {
+
+using Vars = std::vector<CSint*>;
+using Values = std::vector<int>;
+using Runs = std::vector<std::pair<int, int>>; ///< first and last of each unbroken stretch, ascending
+
+/// "5", "{3, 4}", "{1, 3..5}": a stretch of three and more values is written with two dots.
+std::string textOf(const Runs& runs);
+std::string textOf(const CSint* v);
+std::string textOf(const Values& ascending);
+
+Runs runsOf(const CSint* v);
+Runs runsOf(const Values& ascending);
+Values valuesOf(const CSint* v);
+
+/// A new variable from such a text; braces are optional: makeVar("1..9"), makeVar("{-3, 1..4}"), makeVar("7").
+CSint* makeVar(const std::string& text);
+
+/// A new variable of the values, made in one of several ways that differ in what lies behind the domain: a plain range,
+/// a bit-set, a range that was wider before, a bit-set whose bits are all on again. `way` picks one.
+CSint* makeVar(const Values& ascending, unsigned way);
+
+/// Attachments now in place.
+int nbAttached(const CSint* v);
+
+/// Number of contexts on the stack.
+int contextDepth();
+
+/// A locator that costs nothing; for cs_setProfilerLocator.
+const char* cheapLocator(void*);
+
+/// The text to be written to the error stream if the process dies of a signal from now on; empty for none.
+void noteForCrash(const std::string& text);
+
+/// Starts the solver for each test and ends it afterwards, when the error code and the depth of the context stack must
+/// be what the test announced.
+class SolverTest : public testing::Test
+{
+protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  int expectedErr = 0;
+  int expectedDepth = 0;
+  bool ended = false; ///< set by a test that has called cs_end itself
+};
+
+} // namespace kit
+
+#endif
