@@ -92,7 +92,8 @@ struct Posted
 
 enum class Strength {
   none,   ///< only soundness is looked at
-  bounds, ///< each bound stands in a solution over the intervals from minimum to maximum
+  bounds, ///< each bound stands in a solution over the intervals from minimum to maximum (looked at where these are
+          ///< small)
   domain, ///< each value stands in a solution
 };
 
