@@ -32,110 +32,107 @@ static void fillVariables(Vars&)
     CSINT(i);
 }
 
-static const auto variables = faults("VariableFaults",
-    {
-        {.name = "CSINT", .prepare = fillVariables, .run = [](Vars&) { return CSINT(3); }},
-        {.name = "create", .prepare = fillVariables, .run = [](Vars&) { return cs_createCSint(0, 9); }},
-        {.name = "createNamed",
-            .prepare = fillVariables,
-            .run =
-                [](Vars&) {
-                  CSint* v = cs_createNamedCSint(0, 9, "name");
-                  return v && cs_getName(v);
-                }},
-        {.name = "createArray", .prepare = fillVariables, .run = [](Vars&) { return cs_createCSintArray(3, 0, 9); }},
-        {.name = "createArrayAtTheEndOfTheTrail",
-            .prepare = withTrail<0>,
-            .run = [](Vars&) { return cs_createCSintArray(3, 0, 9); },
-            .undo = false},
-        {.name = "createFromDomain",
-            .prepare = fillVariables,
-            .run =
-                [](Vars&) {
-                  static const int values[] = {3, -1, 7};
-                  return cs_createCSintFromDomain(values, 3);
-                }},
-        {.name = "setName", .domains = {"1..3"}, .run = [](Vars& x) { return cs_setName(x[0], "name"); }},
-        {.name = "setLongerName",
-            .domains = {"1..3"},
-            .prepare = [](Vars& x) { cs_setName(x[0], "x"); },
-            .run = [](Vars& x) { return cs_setName(x[0], "a longer name"); },
-            .undo = false}, // names aren't undone
-        {.name = "getDomain",
-            .domains = {"{1, 3..5}"},
-            .run =
-                [](Vars& x) {
-                  int* values = cs_getDomain(x[0]);
-                  bool right = values && values[3] == 5;
-                  cs_freeDomain(values);
-                  return right;
-                }},
-        {.name = "bitSet",
-            .run =
-                [](Vars&) {
-                  Domain* set = rcsCreateDomain(-3, 100);
-                  if (set)
-                    rcsDeleteDomain(set);
-                  return set;
-                }},
-        {.name = "bitSetOfPrivateVariable",
-            .run =
-                [](Vars&) {
-                  CSint v;
-                  _rcsIntInit(&v, 0, 9);
-                  int ok = _rcsRemoveValue(&v, 4);
-                  _rcsIntDestroy(&v);
-                  return ok;
-                }},
-        {.name = "print",
-            .run =
-                [](Vars&) {
-                  char buffer[64];
-                  FILE* stream = fmemopen(buffer, sizeof buffer, "w");
-                  cs_initErr();
-                  cs_fprintf(stream, "%d and %d", 1, 2);
-                  fclose(stream);
-                  return cs_getErr() == 0;
-                }},
-    });
+static const std::vector<FaultRow> variables = {
+    {.name = "CSINT", .prepare = fillVariables, .run = [](Vars&) { return CSINT(3); }},
+    {.name = "create", .prepare = fillVariables, .run = [](Vars&) { return cs_createCSint(0, 9); }},
+    {.name = "createNamed",
+        .prepare = fillVariables,
+        .run =
+            [](Vars&) {
+              CSint* v = cs_createNamedCSint(0, 9, "name");
+              return v && cs_getName(v);
+            }},
+    {.name = "createArray", .prepare = fillVariables, .run = [](Vars&) { return cs_createCSintArray(3, 0, 9); }},
+    {.name = "createArrayAtTheEndOfTheTrail",
+        .prepare = withTrail<0>,
+        .run = [](Vars&) { return cs_createCSintArray(3, 0, 9); }},
+    {.name = "createFromDomain",
+        .prepare = fillVariables,
+        .run =
+            [](Vars&) {
+              static const int values[] = {3, -1, 7};
+              return cs_createCSintFromDomain(values, 3);
+            }},
+    {.name = "setName", .domains = {"1..3"}, .run = [](Vars& x) { return cs_setName(x[0], "name"); }},
+    {.name = "setLongerName",
+        .domains = {"1..3"},
+        .prepare = [](Vars& x) { cs_setName(x[0], "x"); },
+        .run = [](Vars& x) { return cs_setName(x[0], "a longer name"); },
+        .undo = false}, // names aren't undone
+    {.name = "getDomain",
+        .domains = {"{1, 3..5}"},
+        .run =
+            [](Vars& x) {
+              int* values = cs_getDomain(x[0]);
+              bool right = values && values[3] == 5;
+              cs_freeDomain(values);
+              return right;
+            }},
+    {.name = "bitSet",
+        .run =
+            [](Vars&) {
+              Domain* set = rcsCreateDomain(-3, 100);
+              if (set)
+                rcsDeleteDomain(set);
+              return set;
+            }},
+    {.name = "bitSetOfPrivateVariable",
+        .run =
+            [](Vars&) {
+              CSint v;
+              _rcsIntInit(&v, 0, 9);
+              int ok = _rcsRemoveValue(&v, 4);
+              _rcsIntDestroy(&v);
+              return ok;
+            }},
+    {.name = "print",
+        .run =
+            [](Vars&) {
+              char buffer[64];
+              FILE* stream = fmemopen(buffer, sizeof buffer, "w");
+              cs_initErr();
+              cs_fprintf(stream, "%d and %d", 1, 2);
+              fclose(stream);
+              return cs_getErr() == 0;
+            }},
+};
 
-static const auto narrowing = faults("NarrowingFaults",
-    {
-        // The record of the removal is on the trail, but there is no bit-set for a restore to turn the bit on in.
-        {.name = "firstInnerHole", .domains = {"1..9"}, .run = [](Vars& x) { return cs_NEQ(x[0], 5); }, .undo = false},
-        {.name = "minAtTheEndOfTheTrail",
-            .domains = {"1..9"},
-            .prepare = withTrail<0>,
-            .run = [](Vars& x) { return cs_GE(x[0], 5); }},
-        {.name = "maxAtTheEndOfTheTrail",
-            .domains = {"1..9"},
-            .prepare = withTrail<0>,
-            .run = [](Vars& x) { return cs_LE(x[0], 5); }},
-        {.name = "valueAtTheEndOfTheTrail",
-            .domains = {"1..9"},
-            .prepare = withTrail<0>,
-            .run = [](Vars& x) { return cs_EQ(x[0], 5); }},
-        {.name = "valueWithOneRecordLeft",
-            .domains = {"1..9"},
-            .prepare = withTrail<1>,
-            .run = [](Vars& x) { return cs_EQ(x[0], 5); }},
-        {.name = "removalAtTheEndOfTheTrail",
-            .domains = {"{1..3, 5..9}"},
-            .prepare = withTrail<0>,
-            .run = [](Vars& x) { return cs_NEQ(x[0], 7); }},
-        {.name = "InArrayAtTheEndOfTheTrail",
-            .domains = {"{1..3, 5..9}"},
-            .prepare = withTrail<1>,
-            .run =
-                [](Vars& x) {
-                  static const int values[] = {2, 5, 7};
-                  return cs_InArray(x[0], values, 3);
-                }},
-        {.name = "thousandsOfChangesInTheQueue",
-            .domains = std::vector<std::string>(1100, "0..2000"),
-            .prepare = [](Vars& x) { cs_AllNeq(x.data(), int(x.size())); },
-            .run = [](Vars& x) { return cs_EQ(x[0], 0); }},
-    });
+static const std::vector<FaultRow> narrowing = {
+    // The record of the removal is on the trail, but there is no bit-set for a restore to turn the bit on in.
+    {.name = "firstInnerHole", .domains = {"1..9"}, .run = [](Vars& x) { return cs_NEQ(x[0], 5); }, .undo = false},
+    {.name = "minAtTheEndOfTheTrail",
+        .domains = {"1..9"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_GE(x[0], 5); }},
+    {.name = "maxAtTheEndOfTheTrail",
+        .domains = {"1..9"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_LE(x[0], 5); }},
+    {.name = "valueAtTheEndOfTheTrail",
+        .domains = {"1..9"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_EQ(x[0], 5); }},
+    {.name = "valueWithOneRecordLeft",
+        .domains = {"1..9"},
+        .prepare = withTrail<1>,
+        .run = [](Vars& x) { return cs_EQ(x[0], 5); }},
+    {.name = "removalAtTheEndOfTheTrail",
+        .domains = {"{1..3, 5..9}"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_NEQ(x[0], 7); }},
+    {.name = "InArrayAtTheEndOfTheTrail",
+        .domains = {"{1..3, 5..9}"},
+        .prepare = withTrail<1>,
+        .run =
+            [](Vars& x) {
+              static const int values[] = {2, 5, 7};
+              return cs_InArray(x[0], values, 3);
+            }},
+    {.name = "thousandsOfChangesInTheQueue",
+        .domains = std::vector<std::string>(1100, "0..2000"),
+        .prepare = [](Vars& x) { cs_AllNeq(x.data(), int(x.size())); },
+        .run = [](Vars& x) { return cs_EQ(x[0], 0); }},
+};
 
 static FaultRow relation(const char* name, int (*post)(CSint*, CSint*))
 {
@@ -154,26 +151,24 @@ static const FaultRow allNeq = {.name = "AllNeq", .domains = {"{1, 3..9}", "{1..
                                   return cs_AllNeq(x.data(), 3);
                                 }};
 
-static const auto relations =
-    faults("RelationFaults", {
-                                 relation("Eq", cs_Eq),
-                                 relation("Neq", cs_Neq),
-                                 relation("Le", cs_Le),
-                                 relation("Ge", cs_Ge),
-                                 relation("Lt", cs_Lt),
-                                 relation("Gt", cs_Gt),
-                                 allNeq,
-                                 atTheEndOfTheTrail<0>("LtFirstAttachment", relation("", cs_Lt)),
-                                 atTheEndOfTheTrail<1>("LtSecondAttachment", relation("", cs_Lt)),
-                                 atTheEndOfTheTrail<2>("AllNeqThirdAttachment", allNeq),
-                             });
+static const std::vector<FaultRow> relations = {
+    relation("Eq", cs_Eq),
+    relation("Neq", cs_Neq),
+    relation("Le", cs_Le),
+    relation("Ge", cs_Ge),
+    relation("Lt", cs_Lt),
+    relation("Gt", cs_Gt),
+    allNeq,
+    atTheEndOfTheTrail<0>("LtFirstAttachment", relation("", cs_Lt)),
+    atTheEndOfTheTrail<1>("LtSecondAttachment", relation("", cs_Lt)),
+    atTheEndOfTheTrail<2>("AllNeqThirdAttachment", allNeq),
+};
 
-static const auto searching =
-    faults("SearchFaults", {
-                               {.name = "Vsearch",
-                                   .domains = {"1..3", "1..3"},
-                                   .run = [](Vars& x) { return cs_Vsearch(2, x[0], x[1], cs_findFreeVar); }},
-                           });
+static const std::vector<FaultRow> searching = {
+    {.name = "Vsearch",
+        .domains = {"1..3", "1..3"},
+        .run = [](Vars& x) { return cs_Vsearch(2, x[0], x[1], cs_findFreeVar); }},
+};
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Hash tables, attribution, profilers
@@ -221,59 +216,62 @@ static void leaveCallback(ConstraintInfo* info)
   releaseInfo(info);
 }
 
-static const auto profiling = faults("ProfilerFaults",
-    {
-        {.name = "hashTable", .run = fillTable},
-        {.name = "info",
-            .run =
-                [](Vars&) {
-                  ConstraintInfo* info = rcsCreateConstraintInfo("cs_Lt", "here");
-                  if (info)
-                    info->_refCount++, releaseInfo(info);
-                  return info;
-                }},
-        {.name = "setLocator",
-            .run =
-                [](Vars&) {
-                  cs_initErr();
-                  cs_setProfilerLocator("another", cheapLocator, nullptr);
-                  return cs_getErr() == 0;
-                }},
-        {.name = "childInfo",
-            .run =
-                [](Vars&) {
-                  ConstraintInfo* parent = enterCallback();
-                  if (!parent)
-                    return false;
-                  ConstraintInfo* child = getConstraintInfoByEvent("cs_EQ", "here");
-                  EXPECT_TRUE(!child || getConstraintInfoByEvent("cs_EQ", "here") == child);
-                  leaveCallback(parent);
-                  return child != nullptr;
-                }},
-        {.name = "attributedCall",
-            .domains = {"1..9"},
-            .prepare = [](Vars&) { cs_enableProfiler(cs_createProfiler(CS_PROFILER_CONSTRAINTS)); },
-            .run =
-                [](Vars& x) {
-                  ConstraintInfo* parent = enterCallback();
-                  bool ok = cs_EQ(x[0], 4) && cs_isInstantiated(x[0]);
-                  if (parent)
-                    leaveCallback(parent);
-                  return ok;
-                },
-            .survives = true},
-        {.name = "createProfiler", .run = [](Vars&) { return cs_createProfiler(CS_PROFILER_CONSTRAINTS); }},
-        {.name = "countedCalls",
-            .domains = {"1..9", "1..9", "1..9"},
-            .prepare =
-                [](Vars& x) {
-                  cs_enableProfiler(cs_createProfiler(CS_PROFILER_CONSTRAINTS));
-                  cs_Lt(x[0], x[1]);
-                  cs_Le(x[1], x[2]);
-                },
-            .run = [](Vars& x) { return cs_GE(x[0], 4); },
-            .survives = true},
-    });
+static const std::vector<FaultRow> profiling = {
+    {.name = "hashTable", .run = fillTable},
+    {.name = "info",
+        .run =
+            [](Vars&) {
+              ConstraintInfo* info = rcsCreateConstraintInfo("cs_Lt", "here");
+              if (info)
+                info->_refCount++, releaseInfo(info);
+              return info;
+            }},
+    {.name = "setLocator",
+        .run =
+            [](Vars&) {
+              cs_initErr();
+              cs_setProfilerLocator("another", cheapLocator, nullptr);
+              return cs_getErr() == 0;
+            }},
+    {.name = "childInfo",
+        .run =
+            [](Vars&) {
+              ConstraintInfo* parent = enterCallback();
+              if (!parent)
+                return false;
+              ConstraintInfo* child = getConstraintInfoByEvent("cs_EQ", "here");
+              EXPECT_TRUE(!child || getConstraintInfoByEvent("cs_EQ", "here") == child);
+              leaveCallback(parent);
+              return child != nullptr;
+            }},
+    {.name = "attributedCall",
+        .domains = {"1..9"},
+        .prepare = [](Vars&) { cs_enableProfiler(cs_createProfiler(CS_PROFILER_CONSTRAINTS)); },
+        .run =
+            [](Vars& x) {
+              ConstraintInfo* parent = enterCallback();
+              bool ok = cs_EQ(x[0], 4) && cs_isInstantiated(x[0]);
+              if (parent)
+                leaveCallback(parent);
+              return ok;
+            },
+        .survives = true},
+    {.name = "createProfiler", .run = [](Vars&) { return cs_createProfiler(CS_PROFILER_CONSTRAINTS); }},
+    {.name = "countedCalls",
+        .domains = {"1..9", "1..9", "1..9"},
+        .prepare =
+            [](Vars& x) {
+              cs_Lt(x[0], x[1]);
+              cs_Le(x[1], x[2]);
+              cs_enableProfiler(cs_createProfiler(CS_PROFILER_CONSTRAINTS));
+            },
+        .run = [](Vars& x) { return cs_GE(x[0], 4); },
+        .survives = true},
+};
+
+static const int rows = faults("VariableFaults", variables) + faults("NarrowingFaults", narrowing) +
+                        faults("RelationFaults", relations) + faults("SearchFaults", searching) +
+                        faults("ProfilerFaults", profiling);
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The start
@@ -330,8 +328,9 @@ TEST(FaultLoop, CatchesWrongOperations)
                 .run =
                     [](Vars&) {
                       void* block = malloc(8);
+                      bool got = block;
                       free(block);
-                      return block;
+                      return got;
                     }}),
       "");
   EXPECT_NE(

@@ -2,12 +2,13 @@
  * Tables of constraints that are compared with brute force. A row says how the variables are drawn, how to post and
  * what a solution is; each becomes a test of its own:
  *
- *     static const auto tests = kit::bruteForce("Relation", {
- *       {.name = "Lt",
- *        .vars = {{.count = {2, 2}}},
- *        .post = [](Trial& t) { return cs_Lt(t.x[0], t.x[1]); },
- *        .holds = [](auto& v, auto&) { return v[0] < v[1]; }},
- *     });
+ *     static const std::vector<Row> relations = {
+ *         {.name = "Lt",
+ *             .vars = {{.count = {2, 2}}},
+ *             .post = [](Trial& t) { return cs_Lt(t.x[0], t.x[1]); },
+ *             .holds = [](auto& v, auto&) { return v[0] < v[1]; }},
+ *     };
+ *     static const int rows = bruteForce("Relation", relations);
  *
  * Many trials are made of each row, each from a seed. In a trial the constraint is posted inside a context and without
  * one; domains are narrowed at random in nested contexts; and all solutions are searched for in two orders. Demanded

@@ -7,9 +7,10 @@
  *   - cs_end leaves no block allocated.
  * Every row runs with a cheap locator and with the default one.
  *
- *     static const auto tests = kit::faults("RelationFaults", {
- *       {.name = "Lt", .domains = {"1..5", "2..6"}, .run = [](Vars& x) { return cs_Lt(x[0], x[1]); }},
- *     });
+ *     static const std::vector<FaultRow> relations = {
+ *         {.name = "Lt", .domains = {"1..5", "2..6"}, .run = [](Vars& x) { return cs_Lt(x[0], x[1]); }},
+ *     };
+ *     static const int rows = faults("RelationFaults", relations);
  */
 #ifndef KIT_FAULTS_H
 #define KIT_FAULTS_H
