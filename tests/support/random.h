@@ -6,6 +6,7 @@
 #define KIT_RANDOM_H
 
 #include <cstdint>
+#include <iterator>
 
 namespace kit {
 
@@ -31,7 +32,7 @@ public:
   template <typename Container>
   auto& oneOf(Container& c)
   {
-    return c[size_t(next() % uint64_t(c.size()))];
+    return c[size_t(next() % uint64_t(std::size(c)))];
   }
 
 private:
