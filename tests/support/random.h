@@ -5,6 +5,7 @@
 #ifndef KIT_RANDOM_H
 #define KIT_RANDOM_H
 
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 
