@@ -345,6 +345,14 @@ CS_API int cs_Gt(CSint* x, CSint* y);
  */
 CS_API int cs_AllNeq(CSint** variables, int size);
 
+CS_API CSint* cs_Add(CSint* x, CSint* y);
+CS_API CSint* cs_Sub(CSint* x, CSint* y);
+CS_API CSint* cs_VAdd(int n, CSint* first, ...);
+CS_API CSint* cs_VSub(int n, CSint* first, ...);
+CS_API CSint* cs_Sigma(CSint** variables, int n);
+CS_API CSint* cs_ScalProd(CSint** variables, const int* coefficients, int n);
+CS_API CSint* cs_VScalProd(int n, CSint* first, ...);
+
 /* ---------------------------------------------------------------------------------------------------------------------
  * Search
  *
