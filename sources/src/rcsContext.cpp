@@ -553,14 +553,15 @@ static inline int runFlush(Flush flush)
 int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
 {
   return runFlush([=] {
-    for (Tconstraint* t = variable->_constraints; t; t = t->_next) {
+    Tconstraint* t = variable->_constraints;
+    do {
       if (t->_constraint->_state != 0) [[unlikely]]
         return wakeRest(variable, event, old, now, t);
       if (!wake({variable, event, old, now}, t)) [[unlikely]]
         return failFlush(variable, event, old, now, t, nullptr);
       if (IsProfileEnabled) [[unlikely]]
         rcsCallProfiler(1, variable, uint32_t(event), t->_constraint->_info);
-    }
+    } while ((t = t->_next));
     if (_pq._head)
       drainQueue(nullptr);
     else

@@ -39,7 +39,7 @@ inline void writeOld(CSint* variable, EventKind kind, int32_t value, int32_t nbE
 /// Appends a record of the change, and flushes the queue if that is for this change to do.
 int queueChange(CSint* variable, uint32_t event, int32_t value);
 
-/// Flushes for a change that would be the first in an empty queue: it needs no record.
+/// Flushes for a change that would be the first in an empty queue, of a variable with listeners: it needs no record.
 int flushChange(CSint* variable, size_t event, int32_t old, int32_t now);
 
 /// Tells the listeners of a change that was just made. `tell` notes it as told and gives the step to `flushChange`; it

@@ -17,11 +17,12 @@ status=0
 while read -r number language; do
   echo "program $number of $(basename "$file") ($language)"
   case $language in
-    c) compiler="$CC -std=c99 -pedantic -Wall -Wextra -Werror" ;;
-    cpp) compiler="$CXX -std=c++20 -Wall -Wextra -Werror" ;;
+    c) compiler="$CC -std=c99 -pedantic -Wall -Wextra -Werror" linker=$CC ;;
+    cpp) compiler="$CXX -std=c++20 -Wall -Wextra -Werror" linker=$CXX ;;
   esac
-  $compiler $sanitize -I"$SOURCE/sources/include" "$number.$language" -o "$number" \
-    -L"$directory" -lku -Wl,-rpath,"$directory"
+  $compiler $sanitize -I"$SOURCE/sources/include" -c "$number.$language"
+  [ -z "$sanitize" ] || linker=$CXX # the sanitizers' C++ part, which the library refers to, comes with the program
+  $linker $sanitize "$number.o" -o "$number" -L"$directory" -lku -Wl,-rpath,"$directory"
   "./$number" > "$number.printed" || { echo "it ends with status $?"; status=1; }
   diff -u --label "the text" --label "the program" "$number.expected" "$number.printed" || status=1
 done < list

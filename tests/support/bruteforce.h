@@ -2,12 +2,13 @@
  * Tables of constraints that are compared with brute force. A row says how the variables are drawn, how to post and
  * what a solution is; each becomes a test of its own:
  *
- *     static const auto tests = kit::bruteForce("Relation", {
- *       {.name = "Lt",
- *        .vars = {{.count = {2, 2}}},
- *        .post = [](Trial& t) { return cs_Lt(t.x[0], t.x[1]); },
- *        .holds = [](auto& v, auto&) { return v[0] < v[1]; }},
- *     });
+ *     static const std::vector<Row> relations = {
+ *         {.name = "Lt",
+ *             .vars = {{.count = {2, 2}}},
+ *             .post = [](Trial& t) { return cs_Lt(t.x[0], t.x[1]); },
+ *             .holds = [](auto& v, auto&) { return v[0] < v[1]; }},
+ *     };
+ *     static const int rows = bruteForce("Relation", relations);
  *
  * Many trials are made of each row, each from a seed. In a trial the constraint is posted inside a context and without
  * one; domains are narrowed at random in nested contexts; and all solutions are searched for in two orders. Demanded
@@ -92,7 +93,8 @@ struct Posted
 
 enum class Strength {
   none,   ///< only soundness is looked at
-  bounds, ///< each bound stands in a solution over the intervals from minimum to maximum
+  bounds, ///< each bound stands in a solution over the intervals from minimum to maximum (looked at where these are
+          ///< small)
   domain, ///< each value stands in a solution
 };
 

@@ -138,24 +138,22 @@ struct Posting
 /// Runs the rules until nothing changes; false when one has no solution or a set is empty.
 inline bool closure(const std::vector<Posting>& postings)
 {
-  auto size = [&] {
-    size_t sum = 0;
+  size_t before = SIZE_MAX;
+  for (;;) {
+    size_t size = 0;
     for (const Posting& posting : postings)
-      for (const Set* s : posting.x)
-        sum += s->size();
-    return sum;
-  };
-  for (size_t before = 0, now = size(); before != now; now = size()) {
-    before = now;
-    for (const Posting& posting : postings) {
-      for (const Set* s : posting.x)
+      for (const Set* s : posting.x) {
         if (s->empty())
           return false;
+        size += s->size();
+      }
+    if (size == before)
+      return true;
+    before = size;
+    for (const Posting& posting : postings)
       if (!(*posting.rule)(posting.x, *posting.p))
         return false;
-    }
   }
-  return true;
 }
 
 } // namespace kit

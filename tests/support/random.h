@@ -5,6 +5,7 @@
 #ifndef KIT_RANDOM_H
 #define KIT_RANDOM_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace kit {
@@ -41,7 +42,7 @@ private:
 /// A seed of its own for the trial `number` of the test `name`.
 inline uint64_t seedOf(const char* name, uint64_t number)
 {
-  uint64_t seed = 14695981039346656037u + number;
+  uint64_t seed = Random(number).next();
   for (; *name; name++)
     seed = (seed ^ uint64_t(uint8_t(*name))) * 1099511628211u;
   return Random(seed).next();

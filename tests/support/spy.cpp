@@ -14,7 +14,7 @@ template <EventKind event>
 int Spy::handle(CSint* variable, Tconstraint* t, int32_t old, int32_t now)
 {
   Spy* spy = static_cast<SpyData*>(t->_constraint->_data)->_spy;
-  return !spy || spy->record(event, variable, t->_index, old, now);
+  return spy ? spy->record(event, variable, t->_index, old, now) : 1;
 }
 
 const Handler Spy::_handlers[6] = {
@@ -70,7 +70,7 @@ int Spy::record(EventKind event, CSint* variable, int index, int old, int now)
     return 0;
   // A copy: the callback may cause further calls, which move the vector.
   Call call = calls.back();
-  return !onCall || onCall(call);
+  return onCall ? onCall(call) : 1;
 }
 
 void Spy::clear()

@@ -1,0 +1,93 @@
+/*
+ * ku-count OPERATION TIMES: runs one operation so many times, for counting its instructions under callgrind. Only the
+ * function `measured` is to be counted (--toggle-collect=measured), and two runs with different TIMES give the cost of
+ * one operation; scripts/instructions.sh does that.
+ */
+#include "idle.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+/// Runs `step(1)`, `step(2)`, ... The one function that callgrind looks into.
+extern "C" [[gnu::noinline]] void measured(void (*step)(int), int times)
+{
+  for (int i = 1; i <= times; i++)
+    step(i);
+}
+
+static CSint *x, *y;
+
+static void narrow(int listeners, bool holes, int times)
+{
+  x = cs_createCSint(0, 10000000);
+  if (holes)
+    cs_NEQ(x, 9999999);
+  attachIdle(x, listeners);
+  measured([](int i) { rcsSetMin(x, i); }, times);
+}
+
+static void remove(int times)
+{
+  x = cs_createCSint(0, 10000000);
+  attachIdle(x, 1);
+  cs_NEQ(x, 5);
+  measured([](int i) { rcsRemoveValue(x, 10 + 2 * i); }, times);
+}
+
+static void context(int times)
+{
+  x = cs_createCSint(0, 9);
+  attachIdle(x, 1);
+  auto step = [](int) {
+    cs_saveContext();
+    cs_EQ(x, 4);
+    cs_restoreContext();
+  };
+  measured(step, times);
+}
+
+static void post(int times)
+{
+  cs_setProfilerLocator("", cheapLocator, nullptr);
+  x = cs_createCSint(0, 9);
+  y = cs_createCSint(0, 9);
+  auto step = [](int) {
+    cs_saveContext();
+    cs_Neq(x, y);
+    cs_restoreContext();
+  };
+  measured(step, times);
+}
+
+struct Operation
+{
+  const char* name;
+  void (*run)(int times);
+};
+
+static const Operation operations[] = {
+    {"narrow-0", [](int times) { narrow(0, false, times); }},
+    {"narrow-1", [](int times) { narrow(1, false, times); }},
+    {"narrow-8", [](int times) { narrow(8, false, times); }},
+    {"narrow-holes-1", [](int times) { narrow(1, true, times); }},
+    {"remove-1", remove},
+    {"save-fix-restore-1", context},
+    {"post-neq", post},
+};
+
+int main(int argc, char** argv)
+{
+  for (const Operation& operation : operations) {
+    if (argc == 3 && strcmp(argv[1], operation.name) == 0) {
+      cs_init();
+      operation.run(atoi(argv[2]));
+      cs_end();
+      return 0;
+    }
+  }
+  fputs("Usage: ku-count OPERATION TIMES, with OPERATION one of\n", stderr);
+  for (const Operation& operation : operations)
+    fprintf(stderr, "  %s\n", operation.name);
+  return 2;
+}

@@ -1,0 +1,158 @@
+/*
+ * The operations that searches are made of, one by one. Items are operations.
+ */
+#include "idle.h"
+
+#include <benchmark/benchmark.h>
+
+/// Starts the solver for a benchmark and ends it.
+struct Solver
+{
+  Solver() { cs_init(); }
+  ~Solver() { cs_end(); }
+};
+
+constexpr int steps = 1000;
+
+/// Raises a minimum by single steps, then takes all back. Arguments: listeners, holes or not.
+static void raiseMinimum(benchmark::State& state)
+{
+  Solver solver;
+  CSint* v = cs_createCSint(0, 4 * steps);
+  attachIdle(v, int(state.range(0)));
+  if (state.range(1))
+    for (int value = 1; value < 4 * steps; value += 7)
+      cs_NEQ(v, value);
+  for (auto _ : state) {
+    cs_saveContext();
+    for (int value = 1; value <= steps; value++)
+      benchmark::DoNotOptimize(rcsSetMin(v, value));
+    cs_restoreContext();
+  }
+  state.SetItemsProcessed(state.iterations() * steps);
+}
+BENCHMARK(raiseMinimum)->ArgNames({"listeners", "holes"})->ArgsProduct({{0, 1, 8, 64}, {0, 1}});
+
+static void removeAndRestore(benchmark::State& state)
+{
+  Solver solver;
+  CSint* v = cs_createCSint(0, 2 * steps + 1);
+  attachIdle(v, 1);
+  for (auto _ : state) {
+    cs_saveContext();
+    for (int value = 1; value < 2 * steps; value += 2)
+      benchmark::DoNotOptimize(rcsRemoveValue(v, value));
+    cs_restoreContext();
+  }
+  state.SetItemsProcessed(state.iterations() * steps);
+}
+BENCHMARK(removeAndRestore);
+
+static void fixAndRestore(benchmark::State& state)
+{
+  Solver solver;
+  CSint* v = cs_createCSint(0, 9);
+  attachIdle(v, 1);
+  for (auto _ : state) {
+    cs_saveContext();
+    benchmark::DoNotOptimize(cs_EQ(v, 4));
+    cs_restoreContext();
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(fixAndRestore);
+
+static void saveAndRestoreContexts(benchmark::State& state)
+{
+  Solver solver;
+  for (auto _ : state) {
+    for (int i = 0; i < steps; i++)
+      benchmark::DoNotOptimize(cs_saveContext());
+    cs_restoreAll();
+  }
+  state.SetItemsProcessed(state.iterations() * steps);
+}
+BENCHMARK(saveAndRestoreContexts);
+
+/// A chain of x1 < x2 < ..., pushed along by its first variable: one flush with so many records.
+static void flushAChain(benchmark::State& state)
+{
+  Solver solver;
+  cs_setProfilerLocator("", cheapLocator, nullptr);
+  int length = int(state.range(0));
+  CSint** x = cs_createCSintArray(length, 0, length);
+  for (int i = 1; i < length; i++)
+    cs_Lt(x[i - 1], x[i]);
+  for (auto _ : state) {
+    cs_saveContext();
+    benchmark::DoNotOptimize(cs_GE(x[0], 1));
+    cs_restoreContext();
+  }
+  state.SetItemsProcessed(state.iterations() * length);
+}
+BENCHMARK(flushAChain)->ArgName("length")->Arg(10)->Arg(1000);
+
+/// Posts relations and takes them away again. Argument: the default locator or a cheap one.
+static void post(benchmark::State& state)
+{
+  Solver solver;
+  if (!state.range(0))
+    cs_setProfilerLocator("", cheapLocator, nullptr);
+  CSint *x = cs_createCSint(0, 9), *y = cs_createCSint(0, 9);
+  for (auto _ : state) {
+    cs_saveContext();
+    benchmark::DoNotOptimize(cs_Neq(x, y));
+    cs_restoreContext();
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(post)->ArgName("default locator")->Arg(0)->Arg(1);
+
+/// A set over 0..n-1 in which every seventh value is off.
+static Domain* holedSet(int n)
+{
+  Domain* set = rcsCreateDomain(0, n - 1);
+  for (int value = 3; value < n; value += 7)
+    rcsDomainOff(set, value);
+  return set;
+}
+
+static void countBits(benchmark::State& state)
+{
+  int n = int(state.range(0));
+  Domain* set = holedSet(n);
+  for (auto _ : state)
+    benchmark::DoNotOptimize(rcsDomainCountOn(set, 1, n - 2));
+  state.SetItemsProcessed(state.iterations() * n);
+  rcsDeleteDomain(set);
+}
+BENCHMARK(countBits)->Arg(64)->Arg(1000)->Arg(100000);
+
+static void walkBits(benchmark::State& state)
+{
+  int n = int(state.range(0));
+  Domain* set = holedSet(n);
+  for (auto _ : state)
+    for (int value = 0; value < n - 1; value = rcsDomainNextOn(set, value))
+      benchmark::DoNotOptimize(value);
+  state.SetItemsProcessed(state.iterations() * n);
+  rcsDeleteDomain(set);
+}
+BENCHMARK(walkBits)->Arg(64)->Arg(1000)->Arg(100000);
+
+/// From one end of an empty stretch to the other.
+static void leapOverHoles(benchmark::State& state)
+{
+  int n = int(state.range(0));
+  Domain* set = rcsCreateDomain(0, n - 1);
+  rcsDomainNotInInterval(set, 1, n - 2);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(rcsDomainNextOn(set, 0));
+    benchmark::DoNotOptimize(rcsDomainPrevOn(set, n - 1));
+  }
+  state.SetItemsProcessed(state.iterations() * 2 * n);
+  rcsDeleteDomain(set);
+}
+BENCHMARK(leapOverHoles)->Arg(64)->Arg(1000)->Arg(100000);
+
+BENCHMARK_MAIN();

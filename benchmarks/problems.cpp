@@ -1,0 +1,137 @@
+/*
+ * Whole problems, each checked against its known answer. Items are choice points.
+ */
+#include <ku.h>
+
+#include <benchmark/benchmark.h>
+#include <string>
+#include <vector>
+
+using Vars = std::vector<CSint*>;
+
+/// The solver with a locator that costs nothing.
+struct Solver
+{
+  Solver()
+  {
+    cs_init();
+    cs_setProfilerLocator(
+        "", [](void*) { return ""; }, nullptr);
+  }
+  ~Solver() { cs_end(); }
+};
+
+/// Runs the search again and again, each time from the same state, and reports its choice points.
+template <typename Run>
+static void measure(benchmark::State& state, Run run)
+{
+  int64_t choicePoints = 0;
+  for (auto _ : state) {
+    int label = cs_saveContext();
+    if (!run()) {
+      state.SkipWithError("wrong answer");
+      return;
+    }
+    choicePoints += cs_getNbChoicePoints();
+    cs_restoreContextUntil(label);
+  }
+  state.SetItemsProcessed(choicePoints);
+  state.counters["choice points"] = cs_getNbChoicePoints();
+  state.counters["fails"] = cs_getNbFails();
+}
+
+static Vars makeVars(int count, int min, int max)
+{
+  Vars vars;
+  for (int i = 0; i < count; i++)
+    vars.push_back(cs_createCSint(min, max));
+  return vars;
+}
+
+static int solutions;
+static void count(CSint**, int) { solutions++; }
+
+static void latinSquares(benchmark::State& state)
+{
+  Solver solver;
+  constexpr int n = 5;
+  Vars cells = makeVars(n * n, 1, n);
+  std::vector<Vars> lines;
+  for (int i = 0; i < n; i++) {
+    Vars row, column;
+    for (int j = 0; j < n; j++) {
+      row.push_back(cells[size_t(i * n + j)]);
+      column.push_back(cells[size_t(j * n + i)]);
+    }
+    lines.push_back(row);
+    lines.push_back(column);
+  }
+  for (Vars& line : lines)
+    cs_AllNeq(line.data(), n);
+  measure(state, [&] {
+    solutions = 0;
+    return cs_findAll(cells.data(), n * n, cs_findFreeVar, count) && solutions == 161280;
+  });
+}
+BENCHMARK(latinSquares)->Unit(benchmark::kMillisecond);
+
+static void sudoku(benchmark::State& state)
+{
+  static const char puzzle[] = "4.....8.5.3..........7......2.....6.....8.4......1.......6.3.7.5..2.....1.4......";
+  Solver solver;
+  Vars cells = makeVars(81, 1, 9);
+  std::vector<Vars> units(27);
+  for (int i = 0; i < 81; i++) {
+    units[size_t(i / 9)].push_back(cells[size_t(i)]);
+    units[size_t(9 + i % 9)].push_back(cells[size_t(i)]);
+    units[size_t(18 + i / 27 * 3 + i % 9 / 3)].push_back(cells[size_t(i)]);
+  }
+  bool posted = true;
+  for (Vars& unit : units)
+    posted = posted && cs_AllNeq(unit.data(), 9);
+  for (int i = 0; i < 81; i++)
+    posted = posted && (puzzle[i] == '.' || cs_EQ(cells[size_t(i)], puzzle[i] - '0'));
+  measure(state, [&] { return posted && cs_search(cells.data(), 81, cs_findFreeVarNbElements); });
+}
+BENCHMARK(sudoku)->Unit(benchmark::kMillisecond);
+
+/// The squares of a chess board, joined where a queen moves: the board of side 7 takes 7 colours, and that of side 6,
+/// as a proof, doesn't do with 6.
+static Vars queenGraph(int side, int colours)
+{
+  Vars squares = makeVars(side * side, 1, colours);
+  for (int a = 0; a < side * side; a++)
+    for (int b = a + 1; b < side * side; b++) {
+      int rows = b / side - a / side, columns = b % side - a % side;
+      if (rows == 0 || columns == 0 || rows == columns || rows == -columns)
+        cs_Neq(squares[size_t(a)], squares[size_t(b)]);
+    }
+  for (int i = 0; i < side; i++)
+    cs_EQ(squares[size_t(i)], i + 1);
+  return squares;
+}
+
+static void colouring(benchmark::State& state)
+{
+  Solver solver;
+  bool colourable = state.range(1);
+  int side = int(state.range(0));
+  Vars squares = queenGraph(side, side);
+  measure(state, [&] { return bool(cs_search(squares.data(), side * side, cs_findFreeVarNbElements)) == colourable; });
+}
+BENCHMARK(colouring)->ArgNames({"side", "colourable"})->Args({7, 1})->Args({6, 0})->Unit(benchmark::kMillisecond);
+
+/// More pigeons than holes, as pairs of disequalities: nothing but search.
+static void pigeonholes(benchmark::State& state)
+{
+  Solver solver;
+  constexpr int n = 8;
+  Vars pigeons = makeVars(n, 1, n - 1);
+  for (size_t i = 0; i < n; i++)
+    for (size_t j = i + 1; j < n; j++)
+      cs_Neq(pigeons[i], pigeons[j]);
+  measure(state, [&] { return !cs_search(pigeons.data(), n, cs_findFreeVar); });
+}
+BENCHMARK(pigeonholes)->Unit(benchmark::kMillisecond);
+
+BENCHMARK_MAIN();

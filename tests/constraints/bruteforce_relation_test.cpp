@@ -1,0 +1,106 @@
+/*
+ * The unary constraints, the six relations and cs_AllNeq against brute force.
+ */
+#include "bruteforce.h"
+
+#include <algorithm>
+
+using namespace kit;
+
+static bool listed(const Values& p, int x) { return std::find(p.begin(), p.end(), x) != p.end(); }
+
+static bool different(const Values& v, const Values&)
+{
+  Set seen(v.begin(), v.end());
+  return seen.size() == v.size();
+}
+
+static void drawOne(Trial& t) { t.p = t.pick(1, -7, 8); }
+static void drawSome(Trial& t) { t.p = t.pick(t.random.pick(0, 7), -7, 8); }
+static void drawInterval(Trial& t)
+{
+  t.p = t.pick(2, -7, 8);
+  if (t.random.chance(70))
+    std::sort(t.p.begin(), t.p.end());
+}
+
+static Row unary(const char* name, int (*post)(CSint*, int), Test holds)
+{
+  return {.name = name,
+      .vars = {{.size = 9}},
+      .prepare = drawOne,
+      .post = [=](Trial& t) { return post(t.x[0], t.p[0]); },
+      .holds = holds,
+      .strength = Strength::domain};
+}
+
+static const std::vector<Row> unaries = {
+    unary("EQ", cs_EQ, [](auto& v, auto& p) { return v[0] == p[0]; }),
+    unary("NEQ", cs_NEQ, [](auto& v, auto& p) { return v[0] != p[0]; }),
+    unary("LE", cs_LE, [](auto& v, auto& p) { return v[0] <= p[0]; }),
+    unary("GE", cs_GE, [](auto& v, auto& p) { return v[0] >= p[0]; }),
+    unary("LT", cs_LT, [](auto& v, auto& p) { return v[0] < p[0]; }),
+    unary("GT", cs_GT, [](auto& v, auto& p) { return v[0] > p[0]; }),
+    {.name = "InArray",
+        .vars = {{.size = 9}},
+        .prepare = drawSome,
+        .post = [](Trial& t) { return cs_InArray(t.x[0], t.p.data(), int(t.p.size())); },
+        .holds = [](auto& v, auto& p) { return listed(p, v[0]); },
+        .strength = Strength::domain},
+    {.name = "NotInArray",
+        .vars = {{.size = 9}},
+        .prepare = drawSome,
+        .post = [](Trial& t) { return cs_NotInArray(t.x[0], t.p.data(), int(t.p.size())); },
+        .holds = [](auto& v, auto& p) { return !listed(p, v[0]); },
+        .strength = Strength::domain},
+    {.name = "InInterval",
+        .vars = {{.size = 9}},
+        .prepare = drawInterval,
+        .post = [](Trial& t) { return cs_InInterval(t.x[0], t.p[0], t.p[1]); },
+        .holds = [](auto& v, auto& p) { return p[0] <= v[0] && v[0] <= p[1]; },
+        .strength = Strength::domain},
+    {.name = "NotInInterval",
+        .vars = {{.size = 9}},
+        .prepare = drawInterval,
+        .post = [](Trial& t) { return cs_NotInInterval(t.x[0], t.p[0], t.p[1]); },
+        .holds = [](auto& v, auto& p) { return v[0] < p[0] || v[0] > p[1]; },
+        .strength = Strength::domain},
+};
+
+static Row binary(const char* name, int (*post)(CSint*, CSint*), Test holds, Strength strength, Rule exact)
+{
+  return {.name = name,
+      .vars = {{.count = {2, 2}, .size = 9}},
+      .post = [=](Trial& t) { return post(t.x[0], t.x[1]); },
+      .holds = holds,
+      .strength = strength,
+      .exact = exact};
+}
+
+static Rule swapped(Rule rule)
+{
+  return [=](const Sets& x, const Values& p) { return rule({x[1], x[0]}, p); };
+}
+
+static bool equal(const Values& v, const Values&) { return v[0] == v[1]; }
+static bool unequal(const Values& v, const Values&) { return v[0] != v[1]; }
+static bool atMost(const Values& v, const Values&) { return v[0] <= v[1]; }
+static bool atLeast(const Values& v, const Values&) { return v[0] >= v[1]; }
+static bool less(const Values& v, const Values&) { return v[0] < v[1]; }
+static bool greater(const Values& v, const Values&) { return v[0] > v[1]; }
+
+static const std::vector<Row> relations = {
+    binary("Eq", cs_Eq, equal, Strength::domain, naive::eq),
+    binary("Neq", cs_Neq, unequal, Strength::none, naive::neq),
+    binary("Le", cs_Le, atMost, Strength::bounds, naive::le),
+    binary("Ge", cs_Ge, atLeast, Strength::bounds, swapped(naive::le)),
+    binary("Lt", cs_Lt, less, Strength::bounds, naive::lt),
+    binary("Gt", cs_Gt, greater, Strength::bounds, swapped(naive::lt)),
+    // A variable that stands twice isn't noticed once the constraint is posted, so none is drawn.
+    {.name = "AllNeq",
+        .vars = {{.count = {1, 5}, .twice = 0}},
+        .post = [](Trial& t) { return cs_AllNeq(t.x.data(), int(t.x.size())); },
+        .holds = different},
+};
+
+static const int rows = bruteForce("Unary", unaries) + bruteForce("Relation", relations);

@@ -1,0 +1,341 @@
+/*
+ * Each allocation of each entry point fails once, with a no-memory handler that returns.
+ */
+#include "faults.h"
+#include "heapWatch.h"
+#include "rcsPrivate.h"
+
+#include <cstdlib>
+
+using namespace kit;
+
+// Saving a context and cs_backtrack need their memory, and so do the search drivers: they stand in no row.
+
+static void nothing(void*, int) {}
+
+// Leaves room for so many records in the last block of the trail, so that the next one takes a new block.
+static void fillTrail(int room)
+{
+  for (int i = 0; i < 1024 - room; i++)
+    cs_backtrack(nullptr, 0, nothing);
+}
+
+template <int room>
+static void withTrail(Vars&)
+{
+  fillTrail(room);
+}
+
+static void fillVariables(Vars&)
+{
+  for (int i = 0; i < 1024; i++)
+    CSINT(i);
+}
+
+static const std::vector<FaultRow> variables = {
+    {.name = "CSINT", .prepare = fillVariables, .run = [](Vars&) { return CSINT(3); }},
+    {.name = "create", .prepare = fillVariables, .run = [](Vars&) { return cs_createCSint(0, 9); }},
+    {.name = "createNamed",
+        .prepare = fillVariables,
+        .run =
+            [](Vars&) {
+              CSint* v = cs_createNamedCSint(0, 9, "name");
+              return v && cs_getName(v);
+            }},
+    {.name = "createArray", .prepare = fillVariables, .run = [](Vars&) { return cs_createCSintArray(3, 0, 9); }},
+    {.name = "createArrayAtTheEndOfTheTrail",
+        .prepare = withTrail<0>,
+        .run = [](Vars&) { return cs_createCSintArray(3, 0, 9); }},
+    {.name = "createFromDomain",
+        .prepare = fillVariables,
+        .run =
+            [](Vars&) {
+              static const int values[] = {3, -1, 7};
+              return cs_createCSintFromDomain(values, 3);
+            }},
+    {.name = "setName", .domains = {"1..3"}, .run = [](Vars& x) { return cs_setName(x[0], "name"); }},
+    {.name = "setLongerName",
+        .domains = {"1..3"},
+        .prepare = [](Vars& x) { cs_setName(x[0], "x"); },
+        .run = [](Vars& x) { return cs_setName(x[0], "a longer name"); },
+        .undo = false}, // names aren't undone
+    {.name = "getDomain",
+        .domains = {"{1, 3..5}"},
+        .run =
+            [](Vars& x) {
+              int* values = cs_getDomain(x[0]);
+              bool right = values && values[3] == 5;
+              cs_freeDomain(values);
+              return right;
+            }},
+    {.name = "bitSet",
+        .run =
+            [](Vars&) {
+              Domain* set = rcsCreateDomain(-3, 100);
+              if (set)
+                rcsDeleteDomain(set);
+              return set;
+            }},
+    {.name = "bitSetOfPrivateVariable",
+        .run =
+            [](Vars&) {
+              CSint v;
+              _rcsIntInit(&v, 0, 9);
+              int ok = _rcsRemoveValue(&v, 4);
+              _rcsIntDestroy(&v);
+              return ok;
+            }},
+    {.name = "print",
+        .run =
+            [](Vars&) {
+              char buffer[64];
+              FILE* stream = fmemopen(buffer, sizeof buffer, "w");
+              cs_initErr();
+              cs_fprintf(stream, "%d and %d", 1, 2);
+              fclose(stream);
+              return cs_getErr() == 0;
+            }},
+};
+
+static const std::vector<FaultRow> narrowing = {
+    // The record of the removal is on the trail, but there is no bit-set for a restore to turn the bit on in.
+    {.name = "firstInnerHole", .domains = {"1..9"}, .run = [](Vars& x) { return cs_NEQ(x[0], 5); }, .undo = false},
+    {.name = "minAtTheEndOfTheTrail",
+        .domains = {"1..9"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_GE(x[0], 5); }},
+    {.name = "maxAtTheEndOfTheTrail",
+        .domains = {"1..9"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_LE(x[0], 5); }},
+    {.name = "valueAtTheEndOfTheTrail",
+        .domains = {"1..9"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_EQ(x[0], 5); }},
+    {.name = "valueWithOneRecordLeft",
+        .domains = {"1..9"},
+        .prepare = withTrail<1>,
+        .run = [](Vars& x) { return cs_EQ(x[0], 5); }},
+    {.name = "removalAtTheEndOfTheTrail",
+        .domains = {"{1..3, 5..9}"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return cs_NEQ(x[0], 7); }},
+    {.name = "InArrayAtTheEndOfTheTrail",
+        .domains = {"{1..3, 5..9}"},
+        .prepare = withTrail<1>,
+        .run =
+            [](Vars& x) {
+              static const int values[] = {2, 5, 7};
+              return cs_InArray(x[0], values, 3);
+            }},
+    {.name = "thousandsOfChangesInTheQueue",
+        .domains = std::vector<std::string>(1100, "0..2000"),
+        .prepare = [](Vars& x) { cs_AllNeq(x.data(), int(x.size())); },
+        .run = [](Vars& x) { return cs_EQ(x[0], 0); }},
+};
+
+static FaultRow relation(const char* name, int (*post)(CSint*, CSint*))
+{
+  return {.name = name, .domains = {"{1, 3..9}", "{1..6, 9}"}, .run = [=](Vars& x) { return post(x[0], x[1]); }};
+}
+
+template <int room>
+static FaultRow atTheEndOfTheTrail(const char* name, FaultRow row)
+{
+  row.name = name;
+  row.prepare = withTrail<room>;
+  return row;
+}
+
+static const FaultRow allNeq = {.name = "AllNeq", .domains = {"{1, 3..9}", "{1..6, 9}", "3"}, .run = [](Vars& x) {
+                                  return cs_AllNeq(x.data(), 3);
+                                }};
+
+static const std::vector<FaultRow> relations = {
+    relation("Eq", cs_Eq),
+    relation("Neq", cs_Neq),
+    relation("Le", cs_Le),
+    relation("Ge", cs_Ge),
+    relation("Lt", cs_Lt),
+    relation("Gt", cs_Gt),
+    allNeq,
+    atTheEndOfTheTrail<0>("LtFirstAttachment", relation("", cs_Lt)),
+    atTheEndOfTheTrail<1>("LtSecondAttachment", relation("", cs_Lt)),
+    atTheEndOfTheTrail<2>("AllNeqThirdAttachment", allNeq),
+};
+
+static const std::vector<FaultRow> searching = {
+    {.name = "Vsearch",
+        .domains = {"1..3", "1..3"},
+        .run = [](Vars& x) { return cs_Vsearch(2, x[0], x[1], cs_findFreeVar); }},
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Hash tables, attribution, profilers
+// ---------------------------------------------------------------------------------------------------------------------
+
+static int sameBucket(const void*) { return 0; }
+static int compare(const void* a, const void* b) { return a != b; }
+
+static bool fillTable(Vars&)
+{
+  static char keys[120];
+  HashTable* table = rcsCreateHashTable(sameBucket, compare, sizeof(int));
+  if (!table)
+    return false;
+  uint64_t set = 0;
+  for (int i = 0; i < 120; i++) {
+    uint64_t before = table->_count;
+    rcsHashTableSet(table, keys + i, &i);
+    int value = -1;
+    int found = rcsHashTableGet(table, keys + i, &value);
+    EXPECT_EQ(table->_count, before + uint64_t(found));
+    EXPECT_EQ(value, found ? i : -1);
+    set += uint64_t(found);
+  }
+  HashTableIterator* iterator = rcsHashTableGetIterator(table);
+  rcsDeleteHashTableIterator(iterator);
+  rcsDeleteHashTable(table);
+  return set == 120 && iterator;
+}
+
+// A client's callback, as far as the attribution is concerned.
+static ConstraintInfo* enterCallback()
+{
+  ConstraintInfo* info = rcsCreateConstraintInfo("cs_eventNewMin", "here");
+  if (info) {
+    info->_refCount++;
+    CurrentCI = info;
+  }
+  return info;
+}
+
+static void leaveCallback(ConstraintInfo* info)
+{
+  CurrentCI = nullptr;
+  releaseInfo(info);
+}
+
+static const std::vector<FaultRow> profiling = {
+    {.name = "hashTable", .run = fillTable},
+    {.name = "info",
+        .run =
+            [](Vars&) {
+              ConstraintInfo* info = rcsCreateConstraintInfo("cs_Lt", "here");
+              if (info)
+                info->_refCount++, releaseInfo(info);
+              return info;
+            }},
+    {.name = "setLocator",
+        .run =
+            [](Vars&) {
+              cs_initErr();
+              cs_setProfilerLocator("another", cheapLocator, nullptr);
+              return cs_getErr() == 0;
+            }},
+    {.name = "childInfo",
+        .run =
+            [](Vars&) {
+              ConstraintInfo* parent = enterCallback();
+              if (!parent)
+                return false;
+              ConstraintInfo* child = getConstraintInfoByEvent("cs_EQ", "here");
+              EXPECT_TRUE(!child || getConstraintInfoByEvent("cs_EQ", "here") == child);
+              leaveCallback(parent);
+              return child != nullptr;
+            }},
+    {.name = "attributedCall",
+        .domains = {"1..9"},
+        .prepare = [](Vars&) { cs_enableProfiler(cs_createProfiler(CS_PROFILER_CONSTRAINTS)); },
+        .run =
+            [](Vars& x) {
+              ConstraintInfo* parent = enterCallback();
+              bool ok = cs_EQ(x[0], 4) && cs_isInstantiated(x[0]);
+              if (parent)
+                leaveCallback(parent);
+              return ok;
+            },
+        .survives = true},
+    {.name = "createProfiler", .run = [](Vars&) { return cs_createProfiler(CS_PROFILER_CONSTRAINTS); }},
+    {.name = "countedCalls",
+        .domains = {"1..9", "1..9", "1..9"},
+        .prepare =
+            [](Vars& x) {
+              cs_Lt(x[0], x[1]);
+              cs_Le(x[1], x[2]);
+              cs_enableProfiler(cs_createProfiler(CS_PROFILER_CONSTRAINTS));
+            },
+        .run = [](Vars& x) { return cs_GE(x[0], 4); },
+        .survives = true},
+};
+
+static const int rows = faults("VariableFaults", variables) + faults("NarrowingFaults", narrowing) +
+                        faults("RelationFaults", relations) + faults("SearchFaults", searching) +
+                        faults("ProfilerFaults", profiling);
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The start
+// ---------------------------------------------------------------------------------------------------------------------
+
+TEST(StartFaults, LoseTheHeapsMadeBefore)
+{
+  // Each of the four heaps takes two blocks; a start that fails at one of them loses those of the heaps before it.
+  constexpr uint64_t ofHeaps = 8;
+  bool done = false;
+  for (uint64_t n = 1; !done; n++) {
+    SCOPED_TRACE("allocation " + std::to_string(n));
+    size_t before = heap::live();
+    heap::refuse(n);
+    cs_init();
+    done = !heap::refused();
+    heap::refuse(0);
+    EXPECT_EQ(cs_getErr(), done ? 0 : CS_ERR_NO_MEMORY);
+    size_t lost = n <= ofHeaps ? (n - 1) / 2 * 2 : 0;
+    if (n <= ofHeaps) {
+      EXPECT_EQ(heap::live(), before + lost);
+    }
+    cs_end();
+    EXPECT_EQ(heap::live(), before + lost);
+    // From the first heap on again.
+    cs_init();
+    EXPECT_EQ(cs_getErr(), 0);
+    EXPECT_NE(cs_createCSint(0, 9), nullptr);
+    cs_end();
+    EXPECT_EQ(heap::live(), before + lost);
+    ASSERT_LT(n, 100u);
+  }
+  heap::freeLost();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The loop itself
+// ---------------------------------------------------------------------------------------------------------------------
+
+TEST(FaultLoop, CatchesWrongOperations)
+{
+  auto fault = [](const FaultRow& row) {
+    std::string text = faultOf(row, true);
+    heap::freeLost();
+    return text;
+  };
+  auto post = [](Vars& x) { return bool(cs_Lt(x[0], x[1])); };
+  EXPECT_EQ(fault({.name = "", .domains = {"1..9", "1..9"}, .run = post}), "");
+  EXPECT_NE(fault({.name = "", .domains = {"1..9", "1..9"}, .run = post, .survives = true}), "");
+  EXPECT_NE(
+      fault({.name = "keeps a block", .run = [](Vars&) { return malloc(8) || (rcsHandleNoMemoryError(), false); }}),
+      "");
+  EXPECT_NE(fault({.name = "doesn't report",
+                .run =
+                    [](Vars&) {
+                      void* block = malloc(8);
+                      bool got = block;
+                      free(block);
+                      return got;
+                    }}),
+      "");
+  EXPECT_NE(
+      fault({.name = "goes on", .domains = {"1..9"}, .run = [=](Vars& x) { return cs_setName(x[0], "x") || true; }}),
+      "");
+  EXPECT_NE(
+      fault({.name = "allocates nothing", .domains = {"1..9"}, .run = [](Vars& x) { return cs_GE(x[0], 2); }}), "");
+}

@@ -1,0 +1,104 @@
+/*
+ * Attribution of unary constraints that are called while a client's callback runs: one child info for each place of
+ * each callback, and the event as it is read off the variable afterwards. Linked statically, to play the part of a
+ * callback.
+ */
+#include "rcsPrivate.h"
+#include "spy.h"
+
+#include <cstring>
+
+using namespace kit;
+
+class Attribution : public SolverTest
+{
+protected:
+  void SetUp() override
+  {
+    SolverTest::SetUp();
+    cs_setProfilerLocator(
+        "word", [](void*) { return location.c_str(); }, nullptr);
+    parent = rcsCreateConstraintInfo("watcher", "");
+    parent->_refCount++;
+    CurrentCI = parent;
+  }
+
+  void TearDown() override
+  {
+    CurrentCI = nullptr;
+    releaseInfo(parent);
+    SolverTest::TearDown();
+  }
+
+  static inline std::string location = "place";
+  ConstraintInfo* parent;
+};
+
+TEST_F(Attribution, OneChildForEachPlaceInEachCallback)
+{
+  ConstraintInfo* child = getConstraintInfoByEvent("cs_GE", "here");
+  ASSERT_NE(child, nullptr);
+  EXPECT_STREQ(child->_function, "cs_GE");
+  EXPECT_STREQ(child->_locator, "here");
+  EXPECT_EQ(child->_refCount, 1u);
+  EXPECT_EQ(parent->_refCount, 2u);
+  std::string samePlace = "here";
+  EXPECT_EQ(getConstraintInfoByEvent("cs_GE", samePlace.c_str()), child);
+  EXPECT_EQ(parent->_refCount, 2u);
+  EXPECT_NE(getConstraintInfoByEvent("cs_GE", "there"), child);
+  EXPECT_NE(getConstraintInfoByEvent("cs_LE", "here"), child);
+  EXPECT_STREQ(getConstraintInfoByEvent("cs_LE", nullptr)->_locator, "");
+  ConstraintInfo* other = rcsCreateConstraintInfo("watcher", "");
+  CurrentCI = other;
+  EXPECT_NE(getConstraintInfoByEvent("cs_GE", "here"), child);
+  EXPECT_EQ(other->_refCount, 1u); // the child's; the table frees it
+  CurrentCI = nullptr;
+  EXPECT_EQ(getConstraintInfoByEvent("cs_GE", "here"), nullptr);
+}
+
+TEST_F(Attribution, ManyPlaces)
+{
+  for (int round = 0; round < 2; round++)
+    for (int i = 0; i < 500; i++)
+      ASSERT_NE(getConstraintInfoByEvent("cs_EQ", std::to_string(i).c_str()), nullptr);
+  EXPECT_EQ(parent->_refCount, 501u);
+}
+
+static std::string reportOf(Profiler* profiler)
+{
+  char* text = nullptr;
+  size_t size = 0;
+  FILE* stream = open_memstream(&text, &size);
+  cs_profilerWrite(profiler, stream);
+  fclose(stream);
+  std::string rows(strstr(text, "__DATA__\n") + 9);
+  free(text);
+  return rows;
+}
+
+TEST_F(Attribution, OnlyWithAProfilerOnAndOnlyWhereThereIsWork)
+{
+  CSint* x = cs_createCSint(0, 9);
+  EXPECT_TRUE(cs_GE(x, 1));
+  EXPECT_EQ(parent->_refCount, 1u);
+  Profiler* profiler = cs_createProfiler(0);
+  cs_enableProfiler(profiler);
+  EXPECT_TRUE(cs_GE(x, 1));
+  EXPECT_TRUE(cs_EQ(CSINT(4), 4));
+  EXPECT_TRUE(cs_NEQ(x, 77));
+  EXPECT_EQ(reportOf(profiler), "");
+  EXPECT_TRUE(cs_GE(x, 2));
+  EXPECT_TRUE(cs_GE(x, 3));
+  EXPECT_FALSE(cs_GE(x, 10));
+  EXPECT_EQ(reportOf(profiler), "place\tcs_GE\t3\t1\n");
+}
+
+TEST_F(Attribution, AFailedTestOfTheDomainReportsToo)
+{
+  Profiler* profiler = cs_createProfiler(0);
+  cs_enableProfiler(profiler);
+  CSint* x = makeVar("{0, 1, 9}");
+  EXPECT_FALSE(cs_EQ(x, 5));
+  EXPECT_FALSE(cs_EQ(x, 12));
+  EXPECT_EQ(reportOf(profiler), "place\tcs_EQ\t2\t2\n");
+}

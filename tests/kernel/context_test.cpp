@@ -1,0 +1,163 @@
+/*
+ * Start, end, errors and the record heaps.
+ */
+#include "solver.h"
+
+#include <cstring>
+
+using namespace kit;
+
+class Context : public SolverTest
+{};
+
+TEST_F(Context, VersionAndRestart)
+{
+  EXPECT_STREQ(cs_getVersion(), "3.8.0");
+  CSint* before = cs_createNamedCSint(0, 9, "survivor");
+  cs_saveContext();
+  cs_init();
+  EXPECT_STREQ(cs_getName(before), "survivor");
+  EXPECT_EQ(cs_saveContext(), 2);
+  cs_end();
+  cs_end();
+  cs_init();
+  EXPECT_EQ(cs_saveContext(), 1);
+  cs_restoreContext();
+}
+
+struct Report
+{
+  CSint* variable = nullptr;
+  int code = 0;
+  int calls = 0;
+};
+
+static void note(CSint* variable, void* extra)
+{
+  auto* report = static_cast<Report*>(extra);
+  *report = {variable, cs_getErr(), report->calls + 1};
+}
+
+TEST_F(Context, HandlersAreCalledWithTheCodeSet)
+{
+  Report value, overflow, memory;
+  cs_setErrHandler(CS_ERR_GETVALUE, note, &value);
+  cs_setErrHandler(CS_ERR_OVERFLOW, note, &overflow);
+  cs_setErrHandler(CS_ERR_NO_MEMORY, note, &memory);
+  cs_setErrHandler(0, nullptr, nullptr);
+  cs_setErrHandler(-4, nullptr, nullptr);
+
+  CSint* x = cs_createCSint(3, 5);
+  EXPECT_EQ(cs_getValue(x), 3);
+  EXPECT_EQ(value.variable, x);
+  EXPECT_EQ(value.code, CS_ERR_GETVALUE);
+  rcsHandleOverflowError();
+  EXPECT_EQ(overflow.variable, nullptr);
+  EXPECT_EQ(overflow.code, CS_ERR_OVERFLOW);
+  rcsHandleNoMemoryError();
+  EXPECT_EQ(memory.code, CS_ERR_NO_MEMORY);
+  EXPECT_EQ(value.calls + overflow.calls + memory.calls, 3);
+
+  // Success doesn't clear the code, and neither does the failure of a constraint set one.
+  cs_setErr(17);
+  EXPECT_FALSE(cs_EQ(x, 6));
+  EXPECT_EQ(cs_getErr(), 17);
+  cs_initErr();
+  EXPECT_EQ(cs_getErr(), 0);
+
+  // A second start puts the defaults back.
+  cs_init();
+  rcsHandleOverflowError();
+  EXPECT_EQ(cs_getErr(), CS_ERR_OVERFLOW);
+  EXPECT_EQ(overflow.calls, 1);
+  cs_init();
+  EXPECT_EQ(cs_getErr(), 0);
+}
+
+TEST_F(Context, DefaultGetValueWritesTheVariable)
+{
+  CSint* x = cs_createNamedCSint(3, 5, "x");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(cs_getValue(x), 3);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nrcsInt not instantiated {3..5}");
+  EXPECT_EQ(cs_getErr(), CS_ERR_GETVALUE);
+  cs_initErr();
+}
+
+TEST_F(Context, DefaultNoMemoryAborts)
+{
+  Report memory;
+  cs_setErrHandler(CS_ERR_NO_MEMORY, note, &memory);
+  cs_setErrHandler(CS_ERR_NO_MEMORY, nullptr, &memory);
+  EXPECT_DEATH(rcsHandleNoMemoryError(), "");
+}
+
+TEST_F(Context, ContextHeapCrossesBlocksBothWays)
+{
+  for (int label = 1; label <= 1025; label++)
+    ASSERT_EQ(cs_saveContext(), label);
+  EXPECT_EQ(_rcsContextHeapSize(), 2048);
+  cs_restoreContext();
+  cs_restoreContext();
+  EXPECT_EQ(cs_saveContext(), 1024);
+  EXPECT_EQ(cs_saveContext(), 1025);
+  EXPECT_EQ(_rcsContextHeapSize(), 2048);
+  cs_restoreAll();
+  EXPECT_EQ(contextDepth(), 0);
+  EXPECT_EQ(_rcsContextHeapSize(), 2048);
+}
+
+TEST_F(Context, EventHeapReusesItsBlocks)
+{
+  TrailEvent* first = _rcsGetEventHeap();
+  first->_kind = 8;
+  TrailEvent* last = first;
+  for (int i = 1; i < 1024; i++) {
+    last = _rcsGetEventHeap();
+    last->_kind = 8;
+  }
+  EXPECT_EQ(last, first + 1023);
+  EXPECT_EQ(_rcsEventHeapSize(), 1024);
+  TrailEvent* beyond = _rcsGetEventHeap();
+  beyond->_kind = 8;
+  EXPECT_EQ(_rcsEventHeapSize(), 2048);
+  // The pop across the border comes back to the last record of the first block, and the way up finds the old block.
+  EXPECT_EQ(_rcsPopEvent(), beyond);
+  EXPECT_EQ(_rcsPopEvent(), last);
+  EXPECT_EQ(_rcsGetEventHeap(), last);
+  EXPECT_EQ(_rcsGetEventHeap(), beyond);
+  EXPECT_EQ(_rcsEventHeapSize(), 2048);
+  for (int i = 0; i < 1025; i++)
+    _rcsPopEvent();
+  EXPECT_EQ(_rcsGetEventHeap(), first);
+  _rcsPopEvent();
+}
+
+TEST_F(Context, VariablesKeepTheirAddresses)
+{
+  Vars vars;
+  for (int i = 0; i < 3000; i++)
+    vars.push_back(cs_createCSint(i, i + 1));
+  EXPECT_EQ(_rcsIntHeapSize(), 3072);
+  for (int i = 0; i < 3000; i++)
+    ASSERT_EQ(vars[size_t(i)]->_min, i);
+}
+
+TEST_F(Context, EndFreesWhatIsStillOnTheTrail)
+{
+  // Leaks and double frees show under the address sanitizer.
+  cs_saveContext();
+  CSint** array = cs_createCSintArray(3, 0, 9);
+  cs_saveContext();
+  cs_createCSintArray(2, 0, 9);
+  for (int i = 0; i < 3; i++)
+    cs_setName(array[i], "named");
+  static int undone;
+  undone = 0;
+  cs_backtrack(nullptr, 1, [](void*, int) { undone++; });
+  EXPECT_TRUE(cs_NEQ(array[1], 4));
+  EXPECT_TRUE(cs_AllNeq(array, 3));
+  cs_end();
+  EXPECT_EQ(undone, 0);
+  ended = true;
+}

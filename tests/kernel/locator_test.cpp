@@ -1,0 +1,78 @@
+/*
+ * The default locator names the caller of the entry point. It captures three stack frames, so this holds only as long
+ * as whatever asks it stands in the entry point's own frame, at every level of optimisation.
+ */
+#include "solver.h"
+
+#include <cstring>
+
+using namespace kit;
+
+#ifndef LOCATOR_SUITE
+#define LOCATOR_SUITE Locator
+#endif
+
+class LOCATOR_SUITE : public SolverTest
+{
+protected:
+  void SetUp() override
+  {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer's interceptor of backtrace adds a frame of its own";
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+    GTEST_SKIP() << "the sanitizer's interceptor of backtrace adds a frame of its own";
+#endif
+#endif
+    SolverTest::SetUp();
+    x = cs_createCSint(0, 9);
+    y = cs_createCSint(0, 9);
+    vars[0] = x;
+    vars[1] = y;
+  }
+
+  void TearDown() override
+  {
+    if (!IsSkipped())
+      SolverTest::TearDown();
+  }
+
+  CSint *x, *y, *vars[2];
+};
+
+/// The newest attachment's locator text ends in "[0x...]", an address inside the caller.
+static uintptr_t addressIn(const CSint* v)
+{
+  const char* text = v->_constraints->_constraint->_info->_locator;
+  const char* address = strrchr(text, '[');
+  return address ? uintptr_t(strtoull(address + 1, nullptr, 16)) : 0;
+}
+
+/// A function that starts on a page of its own, so that an address in it is told by its page.
+template <typename Call>
+[[gnu::noinline, gnu::aligned(4096)]] static uintptr_t caller(const Call& call)
+{
+  call();
+  return uintptr_t(&caller<Call>);
+}
+
+// Inlined by force, so that the posting stands in `caller` itself.
+#define EXPECT_NAMED(posting)                                                                                          \
+  do {                                                                                                                 \
+    uintptr_t start = caller([&]() __attribute__((always_inline)) { EXPECT_TRUE(posting); });                          \
+    EXPECT_EQ(addressIn(x) & ~uintptr_t(4095), start)                                                                  \
+        << #posting << ": " << x->_constraints->_constraint->_info->_locator;                                          \
+  } while (false)
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryRelation)
+{
+  EXPECT_NAMED(cs_Eq(x, y));
+  EXPECT_NAMED(cs_Le(x, y));
+  EXPECT_NAMED(cs_Ge(x, y));
+  CSint* above = cs_createCSint(10, 20);
+  EXPECT_NAMED(cs_Neq(x, above));
+  EXPECT_NAMED(cs_Lt(x, above));
+  EXPECT_NAMED(cs_Gt(x, CSINT(-1)));
+  vars[1] = above;
+  EXPECT_NAMED(cs_AllNeq(vars, 2));
+}
