@@ -2,9 +2,9 @@
  * Sum and difference of two variables, with a new variable for the result, and their variadic forms. There is one
  * constraint, sum = left + right: x - y = z is posted as x = z + y. The variadic forms post a linear sum.
  *
- * Strength: bounds consistent. Holes are carried over only where one addend or the sum is fixed: into a new result, from
- * the one operand that isn't fixed; and later one by one, as values are removed. Holes from before an operand was fixed
- * stay unmirrored.
+ * Strength: bounds consistent. Holes are carried over only where one addend or the sum is fixed: into a new result,
+ * from the one operand that isn't fixed; and later one by one, as values are removed. Holes from before an operand was
+ * fixed stay unmirrored.
  *
  * Nothing leaves the 32 bits and nothing is reported: sums and differences stop at the ends of the range, but for two
  * that wrap and say so.
@@ -110,7 +110,8 @@ static const Handler Padd[6] = {
 // =====================================================================================================================
 
 /// A new result with the bounds low..high, or a constant. With a source, the one operand that isn't fixed, it gets the
-/// image of that one's values where there are holes; values whose image saturates fall together with the result's bound.
+/// image of that one's values where there are holes; values whose image saturates fall together with the result's
+/// bound.
 template <typename Image>
 static CSint* newResult(int32_t low, int32_t high, const CSint* source, Image image)
 {

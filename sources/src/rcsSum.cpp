@@ -7,10 +7,11 @@
  * narrowings wake it again where that can give more.
  *
  * There are two constraints to each sum, with equal records and one info. The one on z (Vint) wakes when z moves and
- * narrows all operands. The one on the operands (Tint) is attached with their positions and spares the one that woke it.
+ * narrows all operands. The one on the operands (Tint) is attached with their positions and spares the one that woke
+ * it.
  *
- * The room of a sum is how far it may still move on one side: from the lowest sum up to max(z), or from the highest down
- * to min(z). No term may span more than the room.
+ * The room of a sum is how far it may still move on one side: from the lowest sum up to max(z), or from the highest
+ * down to min(z). No term may span more than the room.
  */
 #include "rcsBound.h"
 #include "rcsPost.h"
@@ -158,19 +159,11 @@ static int PsigmaTintEqEvent(CSint*, Tconstraint* t, int32_t, int32_t)
   return fitOthers<Lower>(dataOf<SigmaData>(t), t->_index) && fitOthers<Upper>(dataOf<SigmaData>(t), t->_index);
 }
 
-static const Handler PsigmaVint[6] = {PsigmaVintNewMinEvent,
-    PsigmaVintNewMaxEvent,
-    PsigmaVintNewMinEvent,
-    PsigmaVintNewMaxEvent,
-    PsigmaVintEqEvent,
-    Ptrue};
+static const Handler PsigmaVint[6] = {PsigmaVintNewMinEvent, PsigmaVintNewMaxEvent, PsigmaVintNewMinEvent,
+    PsigmaVintNewMaxEvent, PsigmaVintEqEvent, Ptrue};
 
-static const Handler PsigmaTint[6] = {PsigmaTintNewMinEvent,
-    PsigmaTintNewMaxEvent,
-    PsigmaTintNewMinEvent,
-    PsigmaTintNewMaxEvent,
-    PsigmaTintEqEvent,
-    Ptrue};
+static const Handler PsigmaTint[6] = {PsigmaTintNewMinEvent, PsigmaTintNewMaxEvent, PsigmaTintNewMinEvent,
+    PsigmaTintNewMaxEvent, PsigmaTintEqEvent, Ptrue};
 
 // =====================================================================================================================
 // Sums with coefficients
@@ -190,7 +183,8 @@ static int64_t termOf(const CSint* v, int32_t coeff)
 }
 
 /// The sums that posting went through did not overflow, and terms mostly narrow from there. But operands can become
-/// wider than at posting, when a context inside another one is accepted and the other one restored: so the sums may wrap.
+/// wider than at posting, when a context inside another one is accepted and the other one restored: so the sums may
+/// wrap.
 static Sums sumsOf(const ScalProdData* s)
 {
   CSint* const* vars = s->_vars;
@@ -253,8 +247,8 @@ static int cutRange(const ScalProdData* s, int32_t from, int32_t to, const Rooms
   return 1;
 }
 
-/// The operand at position k has moved. Both sides at each wake, with the bounds of the result as they were before it is
-/// narrowed itself.
+/// The operand at position k has moved. Both sides at each wake, with the bounds of the result as they were before it
+/// is narrowed itself.
 static int fitOthers(const ScalProdData* s, int32_t k)
 {
   CSint* z = s->_result;
@@ -300,27 +294,19 @@ static int PscalProdTintEqEvent(CSint*, Tconstraint* t, int32_t, int32_t)
   return fitOthers(dataOf<ScalProdData>(t), t->_index) && fitOthers(dataOf<ScalProdData>(t), t->_index);
 }
 
-static const Handler PscalProdVint[6] = {PscalProdVintNewMinEvent,
-    PscalProdVintNewMaxEvent,
-    PscalProdVintNewMinEvent,
-    PscalProdVintNewMaxEvent,
-    PscalProdVintEqEvent,
-    Ptrue};
+static const Handler PscalProdVint[6] = {PscalProdVintNewMinEvent, PscalProdVintNewMaxEvent, PscalProdVintNewMinEvent,
+    PscalProdVintNewMaxEvent, PscalProdVintEqEvent, Ptrue};
 
-static const Handler PscalProdTint[6] = {PscalProdTintNewMinEvent,
-    PscalProdTintNewMaxEvent,
-    PscalProdTintNewMinEvent,
-    PscalProdTintNewMaxEvent,
-    PscalProdTintEqEvent,
-    Ptrue};
+static const Handler PscalProdTint[6] = {PscalProdTintNewMinEvent, PscalProdTintNewMaxEvent, PscalProdTintNewMinEvent,
+    PscalProdTintNewMaxEvent, PscalProdTintEqEvent, Ptrue};
 
 // =====================================================================================================================
 // Posting
 // =====================================================================================================================
 
-/// The result's variable. Its lower bound is guarded below and its upper bound above. A lowest sum above the 32 bits, or
-/// a highest sum below them, is cut to its low 32 bits: no solution is left then, and either the bounds cross here, or
-/// the handlers find out when they compare the true sums with them.
+/// The result's variable. A lowest sum below the 32 bits and a highest one above them stop at the end. A lowest sum
+/// above them or a highest one below leaves no solution: it is cut to its low 32 bits, and the handlers, which compare
+/// the true sums, fail at the first event that has to do with that side.
 static CSint* newResult(int64_t lowest, int64_t highest)
 {
   return cs_createCSint(
@@ -401,11 +387,8 @@ static CSint* doScalProd(ConstraintInfo* info, CSint** vars, const int32_t* coef
       return nullptr;
     }
   CSint* result = newResult(lowest, highest);
-  return result ? postSum(info,
-                      ScalProdData{._result = result, ._coeffs = coeffs, ._vars = vars, ._size = n},
-                      owner,
-                      PscalProdVint,
-                      PscalProdTint)
+  return result ? postSum(info, ScalProdData{._result = result, ._coeffs = coeffs, ._vars = vars, ._size = n}, owner,
+                      PscalProdVint, PscalProdTint)
                 : nullptr;
 }
 
