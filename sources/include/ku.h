@@ -346,6 +346,78 @@ CS_API int cs_Gt(CSint* x, CSint* y);
 CS_API int cs_AllNeq(CSint** variables, int size);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Sum and difference
+ *
+ * They make a new variable for the result and return it; null when out of memory. A variable that is given twice counts
+ * as two that happen to be equal: cs_Sub(x, x) with x in 1..5 has the result -4..4.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * z = x + y and z = x - y, bounds consistent for two different variables. While one of the three is instantiated, the
+ * other two share holes: a new result gets those of the free operand, and a value removed later goes from the other
+ * variable too. Holes made before a variable was instantiated are left out: with x in {1, 3, 5} and y in 0..1 the sum
+ * is 1..6, and 2..6 when y becomes 1.
+ *
+ * When the result's bounds fall together nothing is posted and nothing attached. Bounds saturate at the ends of the
+ * 32-bit range and no error is raised: 2147483646..2147483647 plus 5 is the constant 2147483647, and x stays free. With
+ * one exception: when the minimum of an addend rises (in cs_Sub these are y and the result), the maximum of the other
+ * one is worked with a difference that wraps. Where max(z) - min(x) leaves the range solutions can be lost; keep the
+ * bounds within half of it.
+ *
+ * Cost: constant for a bound; the size of the domain for the holes of a new result.
+ */
+CS_API CSint* cs_Add(CSint* x, CSint* y);
+CS_API CSint* cs_Sub(CSint* x, CSint* y);
+
+/*
+ * The sum of the n variables, and the first variable less the sum of the n - 1 others; n is at least 1. They are a sum
+ * as by cs_Sigma, and a difference as by cs_Sub of the first variable and such a sum; the constraint keeps copies.
+ * cs_VAdd(1, x) is x itself; cs_VSub(1, x) is a new variable equal to x. The profiler shows cs_VAdd as "cs_Vadd".
+ */
+CS_API CSint* cs_VAdd(int n, CSint* first, ...);
+CS_API CSint* cs_VSub(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Linear sums
+ *
+ * They make a new variable z for the result and return it; null when out of memory. A relation on a sum is a bound of
+ * z:
+ *     cs_LE(cs_ScalProd(items, weights, n), capacity);
+ *
+ * Bounds consistent, with exact rounding for coefficients; holes are not looked at. For a variable that stands twice
+ * each place counts by itself. Posting narrows no operand. Each event costs one pass over the operands to add up their
+ * bounds, and one more where z is tighter than they are; so a very long sum is better cut into a sum of sums. On bounds
+ * propagation for linear relations see W. Harvey and J. Schimpf, "Bounds consistency techniques for long linear
+ * constraints", 2002.
+ *
+ * Sums are worked in 64 bits. The lower bound of z saturates at -2147483648 and the upper one at 2147483647, and the
+ * operands are narrowed correctly then too. Where even the smallest sum lies above the range, or the largest one below
+ * it, there is no solution; but posting succeeds, with a meaningless bound of z (the low 32 bits of the sum), and only
+ * a later change that has to do with that side fails: two constants 2000000000 give z in -294967296..2147483647.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * z = x0 + ... + x(n-1). The array is kept by reference and must stay as it is, and alive, as long as the constraint
+ * lives. With n < 1 a new constant 0; with n = 1 the variable itself; in both cases nothing is posted.
+ */
+CS_API CSint* cs_Sigma(CSint** variables, int n);
+
+/*
+ * z = c0 x0 + ... + c(n-1) x(n-1). Coefficients may be of any sign, or zero: that operand is never narrowed. Both
+ * arrays are kept by reference and must stay as they are, and alive, as long as the constraint lives. With n < 1 a
+ * constant 0.
+ *
+ * Null with CS_ERR_OVERFLOW when the sum of the smallest or of the largest terms leaves 64 bits on the way.
+ */
+CS_API CSint* cs_ScalProd(CSint** variables, const int* coefficients, int n);
+
+/*
+ * The same with n variables as arguments and n int coefficients after them; with n = 0 a constant 0. The constraint
+ * keeps copies. cs_VScalProd(2, x, y, 3, -1) is 3x - y.
+ */
+CS_API CSint* cs_VScalProd(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Product and quotient
  *
  * Each creates a new variable and returns it, or null when there is no solution or memory ran out. Strength: bounds,
