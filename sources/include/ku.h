@@ -444,6 +444,30 @@ CS_API CSint* cs_VMul(int n, CSint* first, ...);
 CS_API CSint* cs_VDiv(int n, CSint* first, ...);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Minimum and maximum
+ *
+ * Each creates a new variable and returns it, or null when memory ran out. Bounds, and a test when the result is
+ * instantiated: one of the variables must still have its value. That variable isn't fixed to it when no other has it,
+ * and holes are ignored. Cost: constant for most changes of a variable; linear in n when the one that moved may have
+ * held the result's bound, and for changes of the result.
+ *
+ * Known weakness: that test of the variable that moved can miss when two steps of its bound meet in one flush, and a
+ * wrong assignment can then stand. It takes a variable that reaches the constraint on two ways: with x in {0, 1, 3}, m
+ * = max(x, -1) and z = min(x, m), cs_EQ(z, 2) succeeds with x = m = 3. Check solutions of such models.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * The smallest and the largest of the n variables; with n < 1 the constants 2147483647 and -2147483648. The array is
+ * kept by reference and must stay as it is, and alive, as long as the constraint lives.
+ */
+CS_API CSint* cs_Min(CSint** variables, int n);
+CS_API CSint* cs_Max(CSint** variables, int n);
+
+/* The same with n variables as arguments, at least one. The constraint keeps a copy. */
+CS_API CSint* cs_VMin(int n, CSint* first, ...);
+CS_API CSint* cs_VMax(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Absolute value
  * ------------------------------------------------------------------------------------------------------------------ */
 
