@@ -349,14 +349,15 @@ CS_API int cs_AllNeq(CSint** variables, int size);
  * Sum and difference
  *
  * They make a new variable for the result and return it; null when out of memory. A variable that is given twice counts
- * as two that happen to be equal: cs_Sub(x, x) with x in 1..5 has the result -4..4.
+ * as two that happen to be equal: cs_Sub(x, x) with x in 1..5 has the result -4..4, which may stay free when x is
+ * instantiated (it then fails for a value other than 0).
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
  * z = x + y and z = x - y, bounds consistent for two different variables. While one of the three is instantiated, the
  * other two share holes: a new result gets those of the free operand, and a value removed later goes from the other
- * variable too. Holes made before a variable was instantiated are left out: with x in {1, 3, 5} and y in 0..1 the sum is
- * 1..6, and 2..6 when y becomes 1.
+ * variable too. Holes made before a variable was instantiated are left out: with x in {1, 3, 5} and y in 0..1 the sum
+ * is 1..6, and 2..6 when y becomes 1.
  *
  * When the result's bounds fall together nothing is posted and nothing attached. Bounds saturate at the ends of the
  * 32-bit range and no error is raised: 2147483646..2147483647 plus 5 is the constant 2147483647, and x stays free. With
