@@ -349,7 +349,8 @@ CS_API int cs_AllNeq(CSint** variables, int size);
  * Sum and difference
  *
  * They make a new variable for the result and return it; null when out of memory. A variable that is given twice counts
- * as two that happen to be equal: cs_Sub(x, x) with x in 1..5 has the result -4..4.
+ * as two that happen to be equal: cs_Sub(x, x) with x in 1..5 has the result -4..4, which may stay free when x is
+ * instantiated (it then fails for a value other than 0).
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
