@@ -19,6 +19,13 @@ void _flushPropagationQueue(void);
 /// Gives one use of the info up; the last one frees it.
 void releaseInfo(ConstraintInfo* info);
 
+/// Private record of the relations between two variables, and of their reified forms on the boolean.
+struct RelationData
+{
+  CSint* _x;
+  CSint* _y;
+};
+
 /// The info that stands for the unary constraint `name` called at `location` inside the client callback now running;
 /// null when none is running or memory ran out.
 ConstraintInfo* getConstraintInfoByEvent(const char* name, const char* location);

@@ -76,3 +76,25 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryRelation)
   vars[1] = above;
   EXPECT_NAMED(cs_AllNeq(vars, 2));
 }
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryReifiedConstraint)
+{
+  EXPECT_NAMED(cs_ReifLt(x, y));
+  EXPECT_NAMED(cs_ReifLe(x, y));
+  EXPECT_NAMED(cs_ReifGt(x, y));
+  EXPECT_NAMED(cs_ReifGe(x, y));
+  EXPECT_NAMED(cs_ReifLT(x, 5));
+  EXPECT_NAMED(cs_ReifLE(x, 5));
+  EXPECT_NAMED(cs_ReifGT(x, 5));
+  EXPECT_NAMED(cs_ReifGE(x, 5));
+  EXPECT_NAMED(cs_ReifEq(x, y));
+  EXPECT_NAMED(cs_ReifNeq(x, y));
+  EXPECT_NAMED(cs_ReifEQ(x, 5));
+  EXPECT_NAMED(cs_ReifNEQ(x, 5));
+}
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryConditional)
+{
+  EXPECT_NAMED(cs_IfEq(x, y, 1, 2));
+  EXPECT_NAMED(cs_IfNeq(x, y, 1, 2));
+}
