@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -404,7 +405,8 @@ void Sequence::post(bool lasting)
   auto posting = std::make_unique<Placed>();
   posting->row = row;
   while (int(posting->scope.size()) < count) {
-    auto number = size_t(_random.pick(0, int(_vars.size()) - 1));
+    // Mostly among the oldest variables, so that constraints meet.
+    auto number = size_t(_random.pick(0, std::min(_random.chance(60) ? 2 : 99, int(_vars.size()) - 1)));
     auto& scope = posting->scope;
     if (std::find(scope.begin(), scope.end(), number) != scope.end() && (row->distinct || _random.chance(80)) &&
         _vars.size() > 1)
@@ -823,6 +825,10 @@ void Sequence::run()
   if (_random.chance(70))
     save();
   compare();
+  for (int n = _random.pick(0, 4); n > 0 && !_failed; n--) {
+    post(true);
+    compare();
+  }
   for (int n = _random.pick(10, 90); n > 0; n--) {
     if (_failed) {
       if (depth() == 0)
@@ -889,6 +895,8 @@ std::string runSequences(
   fflush(nullptr);
   pid_t child = fork();
   if (child == 0) {
+    const rlimit noCore = {};
+    setrlimit(RLIMIT_CORE, &noCore);
     auto start = std::chrono::steady_clock::now();
     for (uint64_t i = 0; i < count; i++) {
       shared->seed = first + i;
