@@ -346,6 +346,45 @@ CS_API int cs_Gt(CSint* x, CSint* y);
 CS_API int cs_AllNeq(CSint** variables, int size);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Product and quotient
+ *
+ * Each creates a new variable and returns it, or null when there is no solution or memory ran out. Strength: bounds,
+ * and less than bounds consistency where a factor's bounds touch or straddle zero, as such a factor can't be divided
+ * by; 0 is cut from the bound of a factor when the product excludes it; holes are ignored. Products and quotients of
+ * bounds saturate at the ends of the 32-bit range, silently: two constants of 100,000 have the product 2147483647.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* z = x * y. There is no rule for squares: cs_Mul(x, x) of -3..3 is -9..9. */
+CS_API CSint* cs_Mul(CSint* x, CSint* y);
+
+/*
+ * q with x = q * y: exact division, pairs with a remainder are no solutions. Null when the bounds allow no exact
+ * quotient, as for 7 by 2. x and y aren't narrowed before one of the three changes. When y's bounds touch or straddle
+ * zero, q starts with the whole 32-bit range, whose count of values wraps to 0.
+ */
+CS_API CSint* cs_Div(CSint* x, CSint* y);
+
+/*
+ * The product of n variables, and the first divided by each further one: folded from the left, one constraint for each
+ * step. With n < 2 the result is `first` itself. Intermediate variables are created and stay.
+ */
+CS_API CSint* cs_VMul(int n, CSint* first, ...);
+CS_API CSint* cs_VDiv(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Absolute value
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * A new variable z = |x|, or null when there is none or memory ran out. Domain consistent when posted: z gets exactly
+ * the absolute values of x, with a bit-set when x has one. Afterwards removed values cross in both directions, and a
+ * raised minimum of z takes the values around zero from x; but the minimum of z isn't raised by holes around zero that
+ * come later. -2147483648 has no absolute value and leaves x. A set that lists it beside other values gives z the upper
+ * bound 2147483647, a value that isn't in z's set: cut such a value first.
+ */
+CS_API CSint* cs_Abs(CSint* x);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Search
  *
  * A driver asks a variable selector for a free variable, tries its values in ascending order, each in a context of its

@@ -12,6 +12,9 @@ constexpr int32_t wrapAdd(int32_t a, int32_t b) { return int32_t(uint32_t(a) + u
 constexpr int32_t wrapSub(int32_t a, int32_t b) { return int32_t(uint32_t(a) - uint32_t(b)); }
 constexpr int32_t wrapMul(int32_t a, int32_t b) { return int32_t(uint32_t(a) * uint32_t(b)); }
 
+constexpr int32_t smallerOf(int32_t a, int32_t b) { return a < b ? a : b; }
+constexpr int32_t largerOf(int32_t a, int32_t b) { return a > b ? a : b; }
+
 /// The nearest 32-bit integer.
 constexpr int32_t saturate(int64_t wide)
 {

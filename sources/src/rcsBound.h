@@ -46,6 +46,8 @@ inline bool holds(const CSint* v, int32_t value)
   return v->_min <= value && value <= v->_max && rcsDomainIsOn(v->_domain, value);
 }
 
+inline int removeIfHeld(CSint* v, int32_t value) { return !holds(v, value) || rcsRemoveValue(v, value); }
+
 inline bool isFixed(const CSint* v) { return v->_nbElements == 1; }
 
 /// In 32 bits that wrap, like the count itself.

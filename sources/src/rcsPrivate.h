@@ -19,6 +19,9 @@ void _flushPropagationQueue(void);
 /// Gives one use of the info up; the last one frees it.
 void releaseInfo(ConstraintInfo* info);
 
+/// Frees a constraint that has no attachments, with its data and its claim on the info.
+void freeConstraint(Constraint* constraint);
+
 /// The info that stands for the unary constraint `name` called at `location` inside the client callback now running;
 /// null when none is running or memory ran out.
 ConstraintInfo* getConstraintInfoByEvent(const char* name, const char* location);
