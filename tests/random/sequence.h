@@ -20,19 +20,21 @@ namespace kit {
 struct SequenceRow
 {
   const char* name;
-  int weight = 10;         ///< how often it is drawn
-  Range count = {2, 2};    ///< number of arguments
-  bool distinct = false;   ///< no variable twice
-  bool lasting = true;     ///< stays attached; otherwise it narrows once
-  bool functional = false; ///< makes result variables, which stand behind the arguments in the rules
+  int weight = 10;       ///< how often it is drawn
+  Range count = {2, 2};  ///< number of arguments
+  bool distinct = false; ///< no variable twice
+  bool lasting = true;   ///< stays attached; otherwise it narrows once
   std::function<Values(Random&)> parameters = nullptr;
 
-  /// Posts. Both arrays live until the end of the sequence. Result variables become variables of the sequence.
+  /// Posts. Both arrays live until the end of the sequence. A result becomes a variable of the sequence.
   std::function<Posted(Vars& x, Values& p)> post;
 
   Rule strong = nullptr;
-  Rule weak = nullptr;  ///< null: the same as the strong rule
-  Test holds = nullptr; ///< in place of the rules
+  Rule weak = nullptr; ///< null: the same as the strong rule
+
+  /// In place of the rules: the solutions, or the value of the result variable, if there is one.
+  Test holds = nullptr;
+  Value value = nullptr;
 };
 
 /// A sequence is given by its seed and the number of rows that existed, from the front of the table, when it was found:
