@@ -29,8 +29,6 @@ static int postRelation(ConstraintInfo* info, const Handler* handlers, CSint* x,
 // x != y
 // =====================================================================================================================
 
-static int removeIfHeld(CSint* v, int32_t value) { return !holds(v, value) || rcsRemoveValue(v, value); }
-
 static int PneqInitialize(CSint* x, CSint* y)
 {
   if (x->_min == x->_max)

@@ -76,3 +76,15 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryRelation)
   vars[1] = above;
   EXPECT_NAMED(cs_AllNeq(vars, 2));
 }
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEverySum)
+{
+  static const int coefficients[] = {2, -3};
+  EXPECT_NAMED(cs_Add(x, y));
+  EXPECT_NAMED(cs_Sub(x, y));
+  EXPECT_NAMED(cs_VAdd(2, x, y));
+  EXPECT_NAMED(cs_VSub(2, x, y));
+  EXPECT_NAMED(cs_Sigma(vars, 2));
+  EXPECT_NAMED(cs_ScalProd(vars, coefficients, 2));
+  EXPECT_NAMED(cs_VScalProd(2, x, y, 2, -3));
+}
