@@ -23,6 +23,10 @@ constexpr int32_t saturate(int64_t wide)
 
 constexpr int32_t satAdd(int32_t a, int32_t b) { return saturate(int64_t(a) + b); }
 constexpr int32_t satSub(int32_t a, int32_t b) { return saturate(int64_t(a) - b); }
+
+/// As satSub, but 0 - INT32_MIN wraps to INT32_MIN.
+constexpr int32_t satSubNotFrom0(int32_t a, int32_t b) { return a == 0 ? wrapSub(a, b) : satSub(a, b); }
+
 constexpr int32_t satMul(int32_t a, int32_t b) { return saturate(int64_t(a) * b); }
 
 /// Number of integers in low..high, kept in 32 bits: a range of 2^31 and more wraps.

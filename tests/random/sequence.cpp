@@ -433,7 +433,7 @@ void Sequence::post(bool lasting)
       request.domains[placed.scope[0]].clear();
   }
   // Most calls are to succeed, since a failure ends a sequence or throws a context away.
-  if (!row->value && _random.chance(depth() > 0 ? 75 : 99)) {
+  if (!row->value && !row->functional && _random.chance(depth() > 0 ? 75 : 99)) {
     State foretold = request;
     if (!close(foretold, true))
       return _postings.pop_back();

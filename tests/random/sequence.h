@@ -20,10 +20,11 @@ namespace kit {
 struct SequenceRow
 {
   const char* name;
-  int weight = 10;       ///< how often it is drawn
-  Range count = {2, 2};  ///< number of arguments
-  bool distinct = false; ///< no variable twice
-  bool lasting = true;   ///< stays attached; otherwise it narrows once
+  int weight = 10;         ///< how often it is drawn
+  Range count = {2, 2};    ///< number of arguments
+  bool distinct = false;   ///< no variable twice
+  bool lasting = true;     ///< stays attached; otherwise it narrows once
+  bool functional = false; ///< makes result variables, which stand behind the arguments in the rules
   std::function<Values(Random&)> parameters = nullptr;
 
   /// Posts. Both arrays live until the end of the sequence. A result becomes a variable of the sequence.
@@ -32,7 +33,8 @@ struct SequenceRow
   Rule strong = nullptr;
   Rule weak = nullptr; ///< null: the same as the strong rule
 
-  /// In place of the rules: the solutions, or the value of the result variable, if there is one.
+  /// In place of the rules: the solutions, or the value of the result variable, if there is one; that is functional,
+  /// too.
   Test holds = nullptr;
   Value value = nullptr;
 };

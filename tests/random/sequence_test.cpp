@@ -94,6 +94,50 @@ static int postMeddler(Vars& x, Values&)
   return _rcsAddConstraint(rcsCreateConstraint(rcsCreateConstraintInfo("meddler", ""), data, handlers), x[0], -1);
 }
 
+// At the most: bounds, and all holes where one of the three is fixed.
+static bool sumWithHoles(const Sets& x, const Values& p)
+{
+  if (!naive::linear(x, p))
+    return false;
+  auto keep = [](Set* s, auto fits) {
+    std::erase_if(*s, [&](int value) { return !fits(value); });
+    return !s->empty();
+  };
+  Set *a = x[0], *b = x[1], *z = x[2];
+  if (naive::fixed(z) && !(keep(a, [&](int v) { return b->count(naive::low(z) - v); }) &&
+                             keep(b, [&](int v) { return a->count(naive::low(z) - v); })))
+    return false;
+  for (Set* fixed : {a, b}) {
+    Set* other = fixed == a ? b : a;
+    if (naive::fixed(fixed) && !(keep(z, [&](int v) { return other->count(v - naive::low(fixed)); }) &&
+                                   keep(other, [&](int v) { return z->count(v + naive::low(fixed)); })))
+      return false;
+  }
+  return true;
+}
+
+// The rule for the arguments in another order: x - y = z is x = z + y.
+static Rule asDifference(Rule rule)
+{
+  return [=](const Sets& x, const Values& p) { return rule({x[2], x[1], x[0]}, p); };
+}
+
+// Coefficients are small, and zero for what is wide already: so results of results stay small.
+static Values coefficients(Random& random)
+{
+  Values values;
+  for (int i = 0; i < 3; i++)
+    values.push_back(random.pick(-2, 2));
+  return values;
+}
+
+static void tame(const Vars& x, Values& c)
+{
+  for (size_t i = 0; i < x.size(); i++)
+    if (x[i]->_max - x[i]->_min > 60)
+      c[i] = 0;
+}
+
 static const std::vector<SequenceRow> rows = {
     unary("cs_EQ", cs_EQ, [](int x, const Values& p) { return x == p[0]; }),
     unary("cs_NEQ", cs_NEQ, [](int x, const Values& p) { return x != p[0]; }),
@@ -143,6 +187,52 @@ static const std::vector<SequenceRow> rows = {
         .strong = differentInSpan,
         .weak = naive::forwardDifferent},
     {.name = "meddler", .weight = 8, .post = postMeddler, .strong = [](const Sets&, const Values&) { return true; }},
+    {.name = "cs_Add",
+        .weight = 3,
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_Add(x[0], x[1]); },
+        .strong = sumWithHoles,
+        .weak = naive::linear},
+    {.name = "cs_Sub",
+        .weight = 3,
+        .distinct = true,
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_Sub(x[0], x[1]); },
+        .strong = asDifference(sumWithHoles),
+        .weak = asDifference(naive::linear)},
+    {.name = "cs_Sigma",
+        .weight = 4,
+        .count = {2, 4},
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_Sigma(x.data(), int(x.size())); },
+        .strong = naive::linear},
+    {.name = "cs_VAdd",
+        .weight = 4,
+        .count = {3, 3},
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_VAdd(3, x[0], x[1], x[2]); },
+        .strong = naive::linear},
+    {.name = "cs_ScalProd",
+        .weight = 4,
+        .count = {1, 3},
+        .functional = true,
+        .parameters = coefficients,
+        .post =
+            [](Vars& x, Values& p) {
+              tame(x, p);
+              return cs_ScalProd(x.data(), p.data(), int(x.size()));
+            },
+        .strong = naive::linear},
+    {.name = "cs_VScalProd",
+        .weight = 4,
+        .functional = true,
+        .parameters = coefficients,
+        .post =
+            [](Vars& x, Values& p) {
+              tame(x, p);
+              return cs_VScalProd(2, x[0], x[1], p[0], p[1]);
+            },
+        .strong = naive::linear},
     {.name = "cs_Mul",
         .weight = 4,
         .post = [](Vars& x, Values&) { return cs_Mul(x[0], x[1]); },
