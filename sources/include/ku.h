@@ -533,6 +533,30 @@ CS_API CSint* cs_VMax(int n, CSint* first, ...);
 CS_API CSint* cs_Abs(CSint* x);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Element: an array at a variable position
+ *
+ * Each creates a new variable and returns it, or null when there is no solution or memory ran out. Arrays are kept by
+ * reference and must stay as they are, and alive, as long as the constraint lives.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * z = table[index]. The index is cut to 0..n-1, and z has exactly the values that can be reached. Domain consistent.
+ * Null with n = 0, and when the index has no position in the table; a negative n fails after raising the index's
+ * minimum to 0. The values of the table must lie within a span of 2147483647. Cost: logarithmic in n for a value, plus
+ * its positions; linear for what a moved bound of z leaves out. Memory: 8 bytes for each entry.
+ */
+CS_API CSint* cs_Element(CSint* index, const int* table, int n);
+
+/*
+ * A position at which variables[position] = value: its domain is the set of positions that can still have the value,
+ * and when it is instantiated the variable there is set to the value. Several variables may have the value; a position
+ * that isn't chosen says nothing of its variable. Domain consistent, from the first event on: a value that only one
+ * variable has gives an instantiated position, and that variable isn't set by posting. Null with n < 1 and when no
+ * variable has the value. In a profiler's report the constraint stands under the name "cs_Cumulative".
+ */
+CS_API CSint* cs_Index(CSint** variables, int n, int value);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Conditionals
  *
  * Ties between one value of x and one value of y. 1, or 0 on failure or when out of memory. They look at instantiation
