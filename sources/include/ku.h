@@ -413,7 +413,7 @@ CS_API CSint* cs_Sigma(CSint** variables, int n);
 CS_API CSint* cs_ScalProd(CSint** variables, const int* coefficients, int n);
 
 /*
- * The same with n variables as arguments and n int coefficients after them; with n = 0 a constant 0. The constraint
+ * The same with n variables as arguments and n int coefficients after them; with n < 1 a constant 0. The constraint
  * keeps copies. cs_VScalProd(2, x, y, 3, -1) is 3x - y.
  */
 CS_API CSint* cs_VScalProd(int n, CSint* first, ...);
