@@ -346,6 +346,57 @@ CS_API int cs_Gt(CSint* x, CSint* y);
 CS_API int cs_AllNeq(CSint** variables, int size);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Reified comparisons
+ *
+ * Each makes and returns a boolean, a variable that is 1 exactly when the comparison holds and 0 exactly when it
+ * doesn't. Once the bounds decide the comparison the boolean is fixed; once the boolean is fixed, by whatever
+ * constraint, the comparison or its negation is enforced. Where the bounds decide already, or x and y are the same
+ * variable, the result is a constant as of CSINT and nothing is attached: no later change is looked at. Null when out
+ * of memory.
+ *
+ * Domain consistent, by bounds alone: the holes of x and y play no part, as none bears on an order. A handler call
+ * takes a few comparisons; holes cost nothing and none is made. The answers are right up to the edges of 32 bits.
+ *
+ * The boolean may be used like any other variable: in a sum to count how many comparisons hold, with cs_Eq for an
+ * equivalence, with cs_Le for an implication.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+CS_API CSint* cs_ReifLt(CSint* x, CSint* y); /* x < y; with x in 0..3 and y in 3..5 still open */
+CS_API CSint* cs_ReifLe(CSint* x, CSint* y); /* x <= y; with x in 0..3 and y in 3..5 a constant 1 */
+CS_API CSint* cs_ReifGt(CSint* x, CSint* y); /* x > y */
+CS_API CSint* cs_ReifGe(CSint* x, CSint* y); /* x >= y */
+CS_API CSint* cs_ReifLT(CSint* x, int c);    /* x < c */
+CS_API CSint* cs_ReifLE(CSint* x, int c);    /* x <= c */
+CS_API CSint* cs_ReifGT(CSint* x, int c);    /* x > c */
+CS_API CSint* cs_ReifGE(CSint* x, int c);    /* x >= c */
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Reified equality
+ *
+ * As the reified comparisons, for equality. Here whole domains are looked at, holes included, and this is domain
+ * consistent too. Null when out of memory.
+ *
+ * Cost: without holes in x or y a few comparisons for each of their events. With holes in either, each event of the two
+ * variables walks over the overlap of their domains, 64 values at a time: as long as the boolean is open only up to the
+ * first common value, later from end to end. Against a constant no event costs more than two comparisons. As a removal
+ * does everywhere, the first inner hole of a variable makes its bit-set.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * x = y. Decided as soon as no value is common to both, or both are instantiated to one value. A boolean of 1 keeps the
+ * two domains the same. With 0 nothing happens until one of them is instantiated: then the other loses that value. The
+ * constant 1 where x and y are the same variable.
+ */
+CS_API CSint* cs_ReifEq(CSint* x, CSint* y);
+
+CS_API CSint* cs_ReifNeq(CSint* x, CSint* y); /* x != y: the same with 0 and 1 exchanged */
+
+/* x = c. Decided as soon as x has lost c or has become c; the constant 0 where c isn't in its domain at the call. */
+CS_API CSint* cs_ReifEQ(CSint* x, int c);
+
+CS_API CSint* cs_ReifNEQ(CSint* x, int c); /* x != c: the same with 0 and 1 exchanged */
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Sum and difference
  *
  * They make a new variable for the result and return it; null when out of memory. A variable that is given twice counts
@@ -445,6 +496,30 @@ CS_API CSint* cs_VMul(int n, CSint* first, ...);
 CS_API CSint* cs_VDiv(int n, CSint* first, ...);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Minimum and maximum
+ *
+ * Each creates a new variable and returns it, or null when memory ran out. Bounds, and a test when the result is
+ * instantiated: one of the variables must still have its value. That variable isn't fixed to it when no other has it,
+ * and holes are ignored. Cost: constant for most changes of a variable; linear in n when the one that moved may have
+ * held the result's bound, and for changes of the result.
+ *
+ * Known weakness: that test of the variable that moved can miss when two steps of its bound meet in one flush, and a
+ * wrong assignment can then stand. It takes a variable that reaches the constraint on two ways: with x in {0, 1, 3}, m
+ * = max(x, -1) and z = min(x, m), cs_EQ(z, 2) succeeds with x = m = 3. Check solutions of such models.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * The smallest and the largest of the n variables; with n < 1 the constants 2147483647 and -2147483648. The array is
+ * kept by reference and must stay as it is, and alive, as long as the constraint lives.
+ */
+CS_API CSint* cs_Min(CSint** variables, int n);
+CS_API CSint* cs_Max(CSint** variables, int n);
+
+/* The same with n variables as arguments, at least one. The constraint keeps a copy. */
+CS_API CSint* cs_VMin(int n, CSint* first, ...);
+CS_API CSint* cs_VMax(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Absolute value
  * ------------------------------------------------------------------------------------------------------------------ */
 
@@ -456,6 +531,52 @@ CS_API CSint* cs_VDiv(int n, CSint* first, ...);
  * bound 2147483647, a value that isn't in z's set: cut such a value first.
  */
 CS_API CSint* cs_Abs(CSint* x);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Element: an array at a variable position
+ *
+ * Each creates a new variable and returns it, or null when there is no solution or memory ran out. Arrays are kept by
+ * reference and must stay as they are, and alive, as long as the constraint lives.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * z = table[index]. The index is cut to 0..n-1, and z has exactly the values that can be reached. Domain consistent.
+ * Null with n = 0, and when the index has no position in the table; a negative n fails after raising the index's
+ * minimum to 0. The values of the table must lie within a span of 2147483647. Cost: logarithmic in n for a value, plus
+ * its positions; linear for what a moved bound of z leaves out. Memory: 8 bytes for each entry.
+ */
+CS_API CSint* cs_Element(CSint* index, const int* table, int n);
+
+/*
+ * A position at which variables[position] = value: its domain is the set of positions that can still have the value,
+ * and when it is instantiated the variable there is set to the value. Several variables may have the value; a position
+ * that isn't chosen says nothing of its variable. Domain consistent, from the first event on: a value that only one
+ * variable has gives an instantiated position, and that variable isn't set by posting. Null with n < 1 and when no
+ * variable has the value. In a profiler's report the constraint stands under the name "cs_Cumulative".
+ */
+CS_API CSint* cs_Index(CSint** variables, int n, int value);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Conditionals
+ *
+ * Ties between one value of x and one value of y. 1, or 0 on failure or when out of memory. They look at instantiation
+ * alone: that x loses xValue without being instantiated wakes nothing. A handler call, one for each instantiation of x
+ * or y, takes a few comparisons. The values may be any 32-bit integers, in the domains or not.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * x = xValue if and only if y = yValue. Once one of the two has taken its value the other is set to its own, which
+ * fails where that isn't in its domain. Weaker than the equivalence: when x can't take xValue any more, y keeps yValue
+ * until it is instantiated to it, and that fails. For more, use cs_Eq(cs_ReifEQ(x, xValue), cs_ReifEQ(y, yValue)). With
+ * one variable as both x and y only x = xValue is looked at after the posting, and not y = yValue.
+ */
+CS_API int cs_IfEq(CSint* x, CSint* y, int xValue, int yValue);
+
+/*
+ * Not both x = xValue and y = yValue. Once one of the two has taken its value, the other loses its own; where it is the
+ * last one left, that fails. Domain consistent.
+ */
+CS_API int cs_IfNeq(CSint* x, CSint* y, int xValue, int yValue);
 
 /* ---------------------------------------------------------------------------------------------------------------------
  * Search

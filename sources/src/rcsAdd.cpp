@@ -109,9 +109,9 @@ static const Handler Padd[6] = {
 // The bounds of a new result are what a first propagation would give, and the operands aren't narrowed: there is none.
 // =====================================================================================================================
 
-/// A new result with the bounds low..high, or a constant. With a source, the one operand that isn't fixed, it gets the
-/// image of that one's values where there are holes; values whose image saturates fall together with the result's
-/// bound.
+/// A new result with the bounds low..high, or a constant. With a source, the one operand that isn't fixed, its holes
+/// are carried over, but for those whose image saturates. An image that is exactly the result's bound is switched off
+/// there like any other.
 template <typename Image>
 static CSint* newResult(int32_t low, int32_t high, const CSint* source, Image image)
 {
@@ -121,17 +121,14 @@ static CSint* newResult(int32_t low, int32_t high, const CSint* source, Image im
   result->_domain = rcsCreateDomain(low, high);
   if (!result->_domain)
     return nullptr;
-  rcsClearDomain(result->_domain);
-  result->_nbElements = 0;
-  for (int32_t value = source->_min;; value = rcsDomainNextOn(source->_domain, value)) {
-    int32_t there = image(value);
-    if (!rcsDomainIsOn(result->_domain, there)) {
-      rcsDomainOn(result->_domain, there);
-      result->_nbElements++;
+  for (int64_t value = int64_t(source->_min) + 1; value < source->_max; value++) {
+    int64_t there = image(value);
+    if (!rcsDomainIsOn(source->_domain, int32_t(value)) && there == saturate(there)) {
+      rcsDomainOff(result->_domain, int32_t(there));
+      result->_nbElements--;
     }
-    if (value == source->_max)
-      return result;
   }
+  return result;
 }
 
 static CSint* newSum(const CSint* x, const CSint* y)
@@ -139,15 +136,15 @@ static CSint* newSum(const CSint* x, const CSint* y)
   int32_t low = satAdd(x->_min, y->_min), high = satAdd(x->_max, y->_max);
   if (!isFixed(x) && isFixed(y))
     return newSum(y, x);
-  return newResult(low, high, isFixed(x) ? y : nullptr, [=](int32_t value) { return satAdd(x->_min, value); });
+  return newResult(low, high, isFixed(x) ? y : nullptr, [=](int64_t value) { return x->_min + value; });
 }
 
 static CSint* newDifference(const CSint* x, const CSint* y)
 {
   int32_t low = satSub(x->_min, y->_max), high = satSub(x->_max, y->_min);
   if (isFixed(x))
-    return newResult(low, high, y, [=](int32_t value) { return satSub(x->_min, value); });
-  return newResult(low, high, isFixed(y) ? x : nullptr, [=](int32_t value) { return satSub(value, y->_min); });
+    return newResult(low, high, y, [=](int64_t value) { return x->_min - value; });
+  return newResult(low, high, isFixed(y) ? x : nullptr, [=](int64_t value) { return value - y->_min; });
 }
 
 /// Posts on the result and the two operands, in this order.

@@ -56,11 +56,18 @@ inline int removeIfHeld(CSint* v, int32_t value) { return !holds(v, value) || rc
 /// In 32 bits that wrap, like the count itself.
 inline bool hasHoles(const CSint* v) { return v->_domain && v->_nbElements != wrapCount(v->_min, v->_max); }
 
-/// Tightens one side of `v` to `value` where that is a change.
-template <typename Side>
-inline int pushBound(CSint* v, int32_t value)
+inline int fixIfHeld(CSint* v, int32_t value) { return holds(v, value) && rcsSetValue(v, value); }
+
+/// How far an order keeps the bounds of its two sides apart.
+constexpr int32_t loose = 0, strict = 1;
+
+/// Tightens one side of `v` until it is at `bound` or inside of it, and with `strict` inside of it, where that is a
+/// change. The step inwards wraps: at the edge of 32 bits it isn't one, and pushes nothing.
+template <typename Side, int32_t gap = loose>
+inline int pushBound(CSint* v, int32_t bound)
 {
-  return !Side::inside(value, Side::of(v)) || Side::tighten(v, value);
+  bool stands = gap == strict ? Side::inside(Side::of(v), bound) : !Side::inside(bound, Side::of(v));
+  return stands || Side::tighten(v, Side::step(bound, gap));
 }
 
 #endif

@@ -3,30 +3,13 @@
  *
  * The set is kept by the byte: value x has bit (x - _low) & 7 of byte (x - _low) >> 3, and the spare bits of the last
  * byte are on in a new set. The array is padded with zero bytes to whole words, so counting and walking go by the
- * 64-bit word with the answers that a walk over the bytes would give. Offsets are unsigned, as a range may hold 2^32
- * values.
+ * 64-bit word with the answers that a walk over the bytes would give.
  */
-#include "rcs.h"
 #include "rcsArith.h"
+#include "rcsBits.h"
 
-#include <bit>
 #include <cstdlib>
 #include <cstring>
-
-static inline uint32_t offsetOf(const Domain* set, int32_t value) { return uint32_t(value) - uint32_t(set->_low); }
-
-static inline bool covers(const Domain* set, int32_t value) { return set->_low <= value && value <= set->_high; }
-
-static inline size_t wordsOf(const Domain* set) { return (size_t(set->_nbBytes) + 7) / 8; }
-
-static inline uint64_t wordAt(const Domain* set, size_t index)
-{
-  uint64_t word;
-  memcpy(&word, set->_bits + index * 8, 8);
-  if constexpr (std::endian::native == std::endian::big)
-    word = __builtin_bswap64(word);
-  return word;
-}
 
 Domain* rcsCreateDomain(int32_t low, int32_t high)
 {

@@ -30,6 +30,13 @@ enum class ArrayOf { caller, trail };
 /// The sum of n variables: a new one with the constraint; a constant for n < 1, and the one operand itself for n = 1.
 CSint* doSigma(ConstraintInfo* info, CSint** vars, int32_t n, ArrayOf owner);
 
+/// Private record of the relations between two variables, and of their reified forms on the boolean.
+struct RelationData
+{
+  CSint* _x;
+  CSint* _y;
+};
+
 /// The info that stands for the unary constraint `name` called at `location` inside the client callback now running;
 /// null when none is running or memory ran out.
 ConstraintInfo* getConstraintInfoByEvent(const char* name, const char* location);

@@ -10,12 +10,6 @@
 #include "rcsBound.h"
 #include "rcsPost.h"
 
-struct RelationData
-{
-  CSint* _x;
-  CSint* _y;
-};
-
 static CSint* otherThan(const CSint* v, const RelationData* r) { return v == r->_x ? r->_y : r->_x; }
 
 template <typename Initialize>
@@ -53,8 +47,6 @@ int cs_Neq(CSint* x, CSint* y)
 // =====================================================================================================================
 // x = y
 // =====================================================================================================================
-
-static int fixIfHeld(CSint* v, int32_t value) { return holds(v, value) && rcsSetValue(v, value); }
 
 /// Moves the looser bound of the two to the tighter one, or behind it where that is a hole. The other variable isn't
 /// looked at again here: it is told by the event.
@@ -114,8 +106,6 @@ int cs_Eq(CSint* x, CSint* y)
 // inwards. The step by the gap wraps: at the edge of 32 bits a strict order pushes nothing, and what fails there is the
 // other side.
 // =====================================================================================================================
-
-constexpr int32_t loose = 0, strict = 1;
 
 template <int32_t gap>
 static int raiseY(CSint* x, CSint* y)

@@ -7,12 +7,12 @@
 using namespace kit;
 
 static const auto rows = bruteForce("AbsTable", {
-                                               {.name = "Abs",
-                                                   .vars = {{.values = {-9, 9}, .size = 12}},
-                                                   .post = [](Trial& t) { return cs_Abs(t.x[0]); },
-                                                   .value = [](auto& x, auto&) { return std::abs(int64_t(x[0])); },
-                                                   .trials = 600},
-                                           });
+                                                    {.name = "Abs",
+                                                        .vars = {{.values = {-9, 9}, .size = 12}},
+                                                        .post = [](Trial& t) { return cs_Abs(t.x[0]); },
+                                                        .value = [](auto& x, auto&) { return std::abs(int64_t(x[0])); },
+                                                        .trials = 600},
+                                                });
 
 class Abs : public SolverTest
 {

@@ -26,9 +26,10 @@ static void withTrail(Vars&)
   fillTrail(room);
 }
 
-static void fillVariables(Vars&)
+// Leaves no room in the first block of variables.
+static void fillVariables(Vars& x)
 {
-  for (int i = 0; i < 1024; i++)
+  for (int i = int(x.size()); i < 1024; i++)
     CSINT(i);
 }
 

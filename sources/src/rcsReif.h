@@ -1,0 +1,95 @@
+/*
+ * What the reified constraints share. One that is still open at posting is two constraints under one info: an enforcer
+ * on the boolean, which acts when that is fixed, and a watcher on the compared variables, which decides the boolean and
+ * looks after the enforcement from then on.
+ */
+#ifndef RCS_REIF_H
+#define RCS_REIF_H
+
+#include "rcsBound.h"
+#include "rcsPost.h"
+
+/// Private record of a watcher on two variables; that of its enforcer is a RelationData.
+struct ReifData
+{
+  CSint* _bool;
+  CSint* _x;
+  CSint* _y;
+};
+
+/// Private record of a watcher on a variable that is compared with a constant.
+struct ReifBoolData
+{
+  CSint* _bool;
+  int32_t _value;
+};
+
+/// Private record of the enforcer that belongs to a ReifBoolData.
+struct ReifValueData
+{
+  CSint* _x;
+  int32_t _value;
+};
+
+/// The two handler tables of a reified constraint.
+struct ReifTables
+{
+  const Handler* _enforcer;
+  const Handler* _watcher;
+};
+
+template <typename Data>
+Data* newRecord(const Data& data)
+{
+  auto* record = static_cast<Data*>(malloc(sizeof(Data)));
+  if (record)
+    *record = data;
+  else
+    rcsHandleNoMemoryError();
+  return record;
+}
+
+/// As rcsCreateConstraint, but frees the record when it fails.
+inline Constraint* constraintOf(ConstraintInfo* info, void* record, const Handler* handlers)
+{
+  Constraint* constraint = rcsCreateConstraint(info, record, handlers);
+  if (!constraint)
+    free(record);
+  return constraint;
+}
+
+/// Posts the enforcer on `b` and then the watcher on the variables. The answer is `b`, or null when memory ran out;
+/// both records are had before anything is attached.
+template <typename Enforcer, typename Watcher, typename... Variables>
+CSint* postReified(ConstraintInfo* info, const ReifTables& tables, CSint* b, const Enforcer& enforcerData,
+    const Watcher& watcherData, Variables*... variables)
+{
+  Enforcer* enforcerRecord = newRecord(enforcerData);
+  if (!enforcerRecord)
+    return nullptr;
+  Watcher* watcherRecord = newRecord(watcherData);
+  if (!watcherRecord) {
+    free(enforcerRecord);
+    return nullptr;
+  }
+  Constraint* enforcer = constraintOf(info, enforcerRecord, tables._enforcer);
+  if (!enforcer || !_rcsAddConstraint(enforcer, b, -1)) {
+    free(watcherRecord);
+    return nullptr;
+  }
+  Constraint* watcher = constraintOf(info, watcherRecord, tables._watcher);
+  return watcher && (_rcsAddConstraint(watcher, variables, -1) && ...) ? b : nullptr;
+}
+
+inline CSint* reifyPair(ConstraintInfo* info, const ReifTables& tables, CSint* b, CSint* x, CSint* y)
+{
+  return postReified(info, tables, b, RelationData{._x = x, ._y = y}, ReifData{._bool = b, ._x = x, ._y = y}, x, y);
+}
+
+inline CSint* reifyValue(ConstraintInfo* info, const ReifTables& tables, CSint* b, CSint* x, int32_t value)
+{
+  return postReified(
+      info, tables, b, ReifValueData{._x = x, ._value = value}, ReifBoolData{._bool = b, ._value = value}, x);
+}
+
+#endif

@@ -1,0 +1,103 @@
+/*
+ * The conditionals: brute force, and the cases that pin how weak they are meant to be.
+ */
+#include "bruteforce.h"
+#include "snapshot.h"
+#include "spy.h"
+
+using namespace kit;
+
+static void drawValues(Trial& t) { t.p = t.pick(2, -3, 5); }
+
+// Only what is instantiated counts.
+static bool ifEq(const Sets& x, const Values& p)
+{
+  auto become = [](Set* s, int value) {
+    std::erase_if(*s, [=](int other) { return other != value; });
+    return !s->empty();
+  };
+  return (*x[0] != Set{p[0]} || become(x[1], p[1])) && (*x[1] != Set{p[1]} || become(x[0], p[0]));
+}
+
+static bool ifNeq(const Sets& x, const Values& p)
+{
+  return (*x[0] != Set{p[0]} || naive::remove(x[1], p[1])) && (*x[1] != Set{p[1]} || naive::remove(x[0], p[0]));
+}
+
+static const auto rows =
+    bruteForce("Conditional", {
+                                  {.name = "IfEq",
+                                      .vars = {{.count = {2, 2}, .values = {-2, 4}, .twice = 0}},
+                                      .prepare = drawValues,
+                                      .post = [](Trial& t) { return cs_IfEq(t.x[0], t.x[1], t.p[0], t.p[1]); },
+                                      .holds = [](auto& v, auto& p) { return (v[0] == p[0]) == (v[1] == p[1]); },
+                                      .exact = ifEq,
+                                      .trials = 300},
+                                  {.name = "IfNeq",
+                                      .vars = {{.count = {2, 2}, .values = {-2, 4}}},
+                                      .prepare = drawValues,
+                                      .post = [](Trial& t) { return cs_IfNeq(t.x[0], t.x[1], t.p[0], t.p[1]); },
+                                      .holds = [](auto& v, auto& p) { return v[0] != p[0] || v[1] != p[1]; },
+                                      .strength = Strength::domain,
+                                      .exact = ifNeq,
+                                      .trials = 300},
+                              });
+
+class ConditionalCase : public SolverTest
+{};
+
+TEST_F(ConditionalCase, Attachments)
+{
+  CSint *x = makeVar("{0..9}"), *y = makeVar("5");
+  cs_setProfilerLocator("", cheapLocator, nullptr);
+  int label = cs_saveContext();
+  EXPECT_FALSE(cs_IfEq(x, y, 11, 5));
+  const Tconstraint* t = x->_constraints;
+  EXPECT_EQ(t->_constraint, y->_constraints->_constraint); // a failed one too
+  EXPECT_EQ(t->_index + y->_constraints->_index, -2);
+  EXPECT_STREQ(t->_constraint->_info->_function, "cs_IfEq");
+  EXPECT_TRUE(cs_IfNeq(x, y, 11, 5));
+  EXPECT_STREQ(x->_constraints->_constraint->_info->_function, "cs_IfNeq");
+  EXPECT_EQ(nbAttached(x) + nbAttached(y), 4);
+  cs_restoreContextUntil(label);
+  EXPECT_EQ(nbAttached(x) + nbAttached(y), 0);
+}
+
+TEST_F(ConditionalCase, TheLossOfAValueWakesNothing)
+{
+  CSint *x = makeVar("{0..9}"), *y = makeVar("{0..9}");
+  EXPECT_TRUE(cs_IfEq(x, y, 1, 2));
+  EXPECT_TRUE(cs_GE(x, 3));
+  EXPECT_TRUE(cs_isIn(y, 2));
+  cs_saveContext();
+  EXPECT_TRUE(cs_EQ(x, 3));
+  EXPECT_TRUE(cs_isIn(y, 2));
+  EXPECT_FALSE(cs_EQ(y, 2));
+  cs_restoreContext();
+  EXPECT_FALSE(cs_EQ(y, 2));
+}
+
+TEST_F(ConditionalCase, PostingLooksAtBothInTurn)
+{
+  // Setting y runs code that narrows x no further, but the second step sees y as it is by then.
+  CSint *x = makeVar("1"), *y = makeVar("{1, 2}");
+  EXPECT_TRUE(cs_IfNeq(x, y, 1, 2));
+  EXPECT_EQ(textOf(y), "1");
+  // x takes 2 from y; y is 1 by that, which takes 1 from x: its last value.
+  CSint* z = makeVar("{1, 2}");
+  CSint* same = makeVar("1");
+  EXPECT_TRUE(cs_IfNeq(same, z, 1, 2));
+  EXPECT_FALSE(cs_IfNeq(same, z, 1, 1));
+}
+
+TEST_F(ConditionalCase, AVariableTiedToItselfCountsAsTheFirst)
+{
+  CSint* x = makeVar("{0..9}");
+  EXPECT_TRUE(cs_IfEq(x, x, 1, 2));
+  cs_saveContext();
+  EXPECT_TRUE(cs_EQ(x, 2)); // as the second it would have to be 1
+  cs_restoreContext();
+  EXPECT_FALSE(cs_EQ(x, 1));
+  CSint* two = makeVar("2");
+  EXPECT_FALSE(cs_IfEq(two, two, 1, 2)); // at posting both are looked at
+}
