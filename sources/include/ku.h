@@ -414,8 +414,8 @@ CS_API CSint* cs_ReifNEQ(CSint* x, int c); /* x != c: the same with 0 and 1 exch
  * 32-bit range and no error is raised: 2147483646..2147483647 plus 5 is the constant 2147483647, and x stays free. With
  * one exception: when the minimum of an addend rises (in cs_Sub these are y and the result), the maximum of the other
  * one is worked with a difference that wraps. Where max(z) - min(x) leaves the range solutions can be lost. And a hole
- * whose image is exactly -2147483648 or 2147483647 is taken out of a new result that has its saturated bound there: keep
- * the bounds within half the range.
+ * whose image is exactly -2147483648 or 2147483647 is taken out of a new result that has its saturated bound there:
+ * keep the bounds within half the range.
  *
  * Cost: constant for a bound; the width of the domain for the holes of a new result.
  */
