@@ -77,19 +77,6 @@ TEST_F(ConditionalCase, TheLossOfAValueWakesNothing)
   EXPECT_FALSE(cs_EQ(y, 2));
 }
 
-TEST_F(ConditionalCase, PostingLooksAtBothInTurn)
-{
-  // Setting y runs code that narrows x no further, but the second step sees y as it is by then.
-  CSint *x = makeVar("1"), *y = makeVar("{1, 2}");
-  EXPECT_TRUE(cs_IfNeq(x, y, 1, 2));
-  EXPECT_EQ(textOf(y), "1");
-  // x takes 2 from y; y is 1 by that, which takes 1 from x: its last value.
-  CSint* z = makeVar("{1, 2}");
-  CSint* same = makeVar("1");
-  EXPECT_TRUE(cs_IfNeq(same, z, 1, 2));
-  EXPECT_FALSE(cs_IfNeq(same, z, 1, 1));
-}
-
 TEST_F(ConditionalCase, AVariableTiedToItselfCountsAsTheFirst)
 {
   CSint* x = makeVar("{0..9}");
