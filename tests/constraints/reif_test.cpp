@@ -147,7 +147,7 @@ TEST_F(ReifCase, AtTheEdgesOf32BitsTheStepWrapsAndTheEnforcerFails)
     EXPECT_EQ(textOf(v), "{-2147483648..-2147483640}");
 
     // With both at the far ends no step of either side would fail: the enforcer looks first.
-    CSint *highest = makeVar("{0..2147483647}"), *lowest = makeVar("{-2147483648..0}");
+    CSint *highest = makeVar("{0..2147483647}"), *lowest = makeVar("{-2147483648..9}");
     CSint* d = isLt ? cs_ReifLt(highest, lowest) : cs_ReifLe(lowest, highest);
     EXPECT_FALSE(inOneFlush(
         [=] { return rcsSetMin(highest, INT32_MAX) && rcsSetMax(lowest, INT32_MIN) && rcsSetValue(d, isLt); }));
