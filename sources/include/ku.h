@@ -397,6 +397,166 @@ CS_API CSint* cs_ReifEQ(CSint* x, int c);
 CS_API CSint* cs_ReifNEQ(CSint* x, int c); /* x != c: the same with 0 and 1 exchanged */
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Sum and difference
+ *
+ * They make a new variable for the result and return it; null when out of memory. A variable that is given twice counts
+ * as two that happen to be equal: cs_Sub(x, x) with x in 1..5 has the result -4..4, which may stay free when x is
+ * instantiated (it then fails for a value other than 0).
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * z = x + y and z = x - y, bounds consistent for two different variables. While one of the three is instantiated, the
+ * other two share holes: a new result gets those of the free operand, and a value removed later goes from the other
+ * variable too. Holes made before a variable was instantiated are left out: with x in {1, 3, 5} and y in 0..1 the sum
+ * is 1..6, and 2..6 when y becomes 1.
+ *
+ * When the result's bounds fall together nothing is posted and nothing attached. Bounds saturate at the ends of the
+ * 32-bit range and no error is raised: 2147483646..2147483647 plus 5 is the constant 2147483647, and x stays free. With
+ * one exception: when the minimum of an addend rises (in cs_Sub these are y and the result), the maximum of the other
+ * one is worked with a difference that wraps. Where max(z) - min(x) leaves the range solutions can be lost; keep the
+ * bounds within half of it.
+ *
+ * Cost: constant for a bound; the size of the domain for the holes of a new result.
+ */
+CS_API CSint* cs_Add(CSint* x, CSint* y);
+CS_API CSint* cs_Sub(CSint* x, CSint* y);
+
+/*
+ * The sum of the n variables, and the first variable less the sum of the n - 1 others; n is at least 1. They are a sum
+ * as by cs_Sigma, and a difference as by cs_Sub of the first variable and such a sum; the constraint keeps copies.
+ * cs_VAdd(1, x) is x itself; cs_VSub(1, x) is a new variable equal to x. The profiler shows cs_VAdd as "cs_Vadd".
+ */
+CS_API CSint* cs_VAdd(int n, CSint* first, ...);
+CS_API CSint* cs_VSub(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Linear sums
+ *
+ * They make a new variable z for the result and return it; null when out of memory. A relation on a sum is a bound of
+ * z:
+ *     cs_LE(cs_ScalProd(items, weights, n), capacity);
+ *
+ * Bounds consistent, with exact rounding for coefficients; holes are not looked at. For a variable that stands twice
+ * each place counts by itself. Posting narrows no operand. Each event costs one pass over the operands to add up their
+ * bounds, and one more where z is tighter than they are; so a very long sum is better cut into a sum of sums. On bounds
+ * propagation for linear relations see W. Harvey and J. Schimpf, "Bounds consistency techniques for long linear
+ * constraints", 2002.
+ *
+ * Sums are worked in 64 bits. The lower bound of z saturates at -2147483648 and the upper one at 2147483647, and the
+ * operands are narrowed correctly then too. Where even the smallest sum lies above the range, or the largest one below
+ * it, there is no solution; but posting succeeds, with a meaningless bound of z (the low 32 bits of the sum), and only
+ * a later change that has to do with that side fails: two constants 2000000000 give z in -294967296..2147483647.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * z = x0 + ... + x(n-1). The array is kept by reference and must stay as it is, and alive, as long as the constraint
+ * lives. With n < 1 a new constant 0; with n = 1 the variable itself; in both cases nothing is posted.
+ */
+CS_API CSint* cs_Sigma(CSint** variables, int n);
+
+/*
+ * z = c0 x0 + ... + c(n-1) x(n-1). Coefficients may be of any sign, or zero: that operand is never narrowed. Both
+ * arrays are kept by reference and must stay as they are, and alive, as long as the constraint lives. With n < 1 a
+ * constant 0.
+ *
+ * Null with CS_ERR_OVERFLOW when the sum of the smallest or of the largest terms leaves 64 bits on the way.
+ */
+CS_API CSint* cs_ScalProd(CSint** variables, const int* coefficients, int n);
+
+/*
+ * The same with n variables as arguments and n int coefficients after them; with n = 0 a constant 0. The constraint
+ * keeps copies. cs_VScalProd(2, x, y, 3, -1) is 3x - y.
+ */
+CS_API CSint* cs_VScalProd(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Product and quotient
+ *
+ * Each creates a new variable and returns it, or null when there is no solution or memory ran out. Strength: bounds,
+ * and less than bounds consistency where a factor's bounds touch or straddle zero, as such a factor can't be divided
+ * by; 0 is cut from the bound of a factor when the product excludes it; holes are ignored. Products and quotients of
+ * bounds saturate at the ends of the 32-bit range, silently: two constants of 100,000 have the product 2147483647.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* z = x * y. There is no rule for squares: cs_Mul(x, x) of -3..3 is -9..9. */
+CS_API CSint* cs_Mul(CSint* x, CSint* y);
+
+/*
+ * q with x = q * y: exact division, pairs with a remainder are no solutions. Null when the bounds allow no exact
+ * quotient, as for 7 by 2. x and y aren't narrowed before one of the three changes. When y's bounds touch or straddle
+ * zero, q starts with the whole 32-bit range, whose count of values wraps to 0.
+ */
+CS_API CSint* cs_Div(CSint* x, CSint* y);
+
+/*
+ * The product of n variables, and the first divided by each further one: folded from the left, one constraint for each
+ * step. With n < 2 the result is `first` itself. Intermediate variables are created and stay.
+ */
+CS_API CSint* cs_VMul(int n, CSint* first, ...);
+CS_API CSint* cs_VDiv(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Minimum and maximum
+ *
+ * Each creates a new variable and returns it, or null when memory ran out. Bounds, and a test when the result is
+ * instantiated: one of the variables must still have its value. That variable isn't fixed to it when no other has it,
+ * and holes are ignored. Cost: constant for most changes of a variable; linear in n when the one that moved may have
+ * held the result's bound, and for changes of the result.
+ *
+ * Known weakness: that test of the variable that moved can miss when two steps of its bound meet in one flush, and a
+ * wrong assignment can then stand. It takes a variable that reaches the constraint on two ways: with x in {0, 1, 3}, m
+ * = max(x, -1) and z = min(x, m), cs_EQ(z, 2) succeeds with x = m = 3. Check solutions of such models.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * The smallest and the largest of the n variables; with n < 1 the constants 2147483647 and -2147483648. The array is
+ * kept by reference and must stay as it is, and alive, as long as the constraint lives.
+ */
+CS_API CSint* cs_Min(CSint** variables, int n);
+CS_API CSint* cs_Max(CSint** variables, int n);
+
+/* The same with n variables as arguments, at least one. The constraint keeps a copy. */
+CS_API CSint* cs_VMin(int n, CSint* first, ...);
+CS_API CSint* cs_VMax(int n, CSint* first, ...);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Absolute value
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * A new variable z = |x|, or null when there is none or memory ran out. Domain consistent when posted: z gets exactly
+ * the absolute values of x, with a bit-set when x has one. Afterwards removed values cross in both directions, and a
+ * raised minimum of z takes the values around zero from x; but the minimum of z isn't raised by holes around zero that
+ * come later. -2147483648 has no absolute value and leaves x. A set that lists it beside other values gives z the upper
+ * bound 2147483647, a value that isn't in z's set: cut such a value first.
+ */
+CS_API CSint* cs_Abs(CSint* x);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Element: an array at a variable position
+ *
+ * Each creates a new variable and returns it, or null when there is no solution or memory ran out. Arrays are kept by
+ * reference and must stay as they are, and alive, as long as the constraint lives.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * z = table[index]. The index is cut to 0..n-1, and z has exactly the values that can be reached. Domain consistent.
+ * Null with n = 0, and when the index has no position in the table; a negative n fails after raising the index's
+ * minimum to 0. The values of the table must lie within a span of 2147483647. Cost: logarithmic in n for a value, plus
+ * its positions; linear for what a moved bound of z leaves out. Memory: 8 bytes for each entry.
+ */
+CS_API CSint* cs_Element(CSint* index, const int* table, int n);
+
+/*
+ * A position at which variables[position] = value: its domain is the set of positions that can still have the value,
+ * and when it is instantiated the variable there is set to the value. Several variables may have the value; a position
+ * that isn't chosen says nothing of its variable. Domain consistent, from the first event on: a value that only one
+ * variable has gives an instantiated position, and that variable isn't set by posting. Null with n < 1 and when no
+ * variable has the value. In a profiler's report the constraint stands under the name "cs_Cumulative".
+ */
+CS_API CSint* cs_Index(CSint** variables, int n, int value);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Conditionals
  *
  * Ties between one value of x and one value of y. 1, or 0 on failure or when out of memory. They look at instantiation

@@ -2,7 +2,8 @@
  * The two sides of a mirror. A rule on lower bounds that has its mirror on upper bounds is written once, as a template
  * over a side, and each named handler is one line that says which side it means.
  *
- * On either side, `inside(a, b)` says that the bound a is tighter than b, and `step(value, n)` moves by n inwards.
+ * On either side, `inside(a, b)` says that the bound a is tighter than b, `step(value, n)` moves by n inwards, and
+ * `gap(a, b)` is how far b lies inwards of a, exact for any two 64-bit integers in that order.
  */
 #ifndef RCS_BOUND_H
 #define RCS_BOUND_H
@@ -22,8 +23,9 @@ struct Lower
   static int32_t told(const CSint* v) { return v->_propMin; }
   static void noteTold(CSint* v, int32_t value) { v->_propMin = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMin(v, value); }
-  static constexpr bool inside(int32_t a, int32_t b) { return a > b; }
+  static constexpr bool inside(int64_t a, int64_t b) { return a > b; }
   static constexpr int32_t step(int32_t value, int32_t n) { return wrapAdd(value, n); }
+  static constexpr uint64_t gap(int64_t a, int64_t b) { return uint64_t(b) - uint64_t(a); }
 };
 
 struct Upper
@@ -36,8 +38,9 @@ struct Upper
   static int32_t told(const CSint* v) { return v->_propMax; }
   static void noteTold(CSint* v, int32_t value) { v->_propMax = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMax(v, value); }
-  static constexpr bool inside(int32_t a, int32_t b) { return a < b; }
+  static constexpr bool inside(int64_t a, int64_t b) { return a < b; }
   static constexpr int32_t step(int32_t value, int32_t n) { return wrapSub(value, n); }
+  static constexpr uint64_t gap(int64_t a, int64_t b) { return uint64_t(a) - uint64_t(b); }
 };
 
 /// Is the value in the variable's domain? The plain bit-set test answers only between the bounds.

@@ -47,7 +47,7 @@ Constraint* rcsCreateConstraint(ConstraintInfo* info, void* data, const Handler*
   return constraint;
 }
 
-static void freeConstraint(Constraint* constraint)
+void freeConstraint(Constraint* constraint)
 {
   if (constraint->_destructor)
     constraint->_destructor(constraint->_data);

@@ -134,7 +134,9 @@ inline Record* giveBackRecord(RecordHeap<Record>& heap)
     return --heap._top;
   HeapBlock* previous = heap._current->_prevBlock;
   if (!previous) {
+    // More was given back than taken: from here on the heap stops whoever uses it.
     heap._current = nullptr;
+    heap._end = heap._top;
     return nullptr;
   }
   enterBlock(heap, previous);

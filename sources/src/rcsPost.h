@@ -40,12 +40,13 @@ template <typename Post>
   return result;
 }
 
-/// A new constraint with a copy of `data` as its private record; null, with nothing left behind, when out of memory.
+/// A new constraint with a copy of `data` as its private record, and room for `tail` bytes behind that; null, with
+/// nothing left behind, when out of memory.
 template <typename Data>
-Constraint* newConstraint(ConstraintInfo* info, const Handler* handlers, const Data& data)
+Constraint* newConstraint(ConstraintInfo* info, const Handler* handlers, const Data& data, size_t tail = 0)
 {
   static_assert(std::is_trivially_copyable_v<Data> && std::is_trivially_destructible_v<Data>);
-  auto* record = static_cast<Data*>(malloc(sizeof(Data)));
+  auto* record = static_cast<Data*>(malloc(sizeof(Data) + tail));
   if (!record) {
     rcsHandleNoMemoryError();
     return nullptr;
@@ -55,6 +56,21 @@ Constraint* newConstraint(ConstraintInfo* info, const Handler* handlers, const D
   if (!constraint)
     free(record);
   return constraint;
+}
+
+/// A new array, of one cell at least, that belongs to the trail; null when out of memory.
+template <typename T>
+T* newTrailArray(int32_t count)
+{
+  auto* array = static_cast<T*>(malloc((count < 1 ? 1 : size_t(count)) * sizeof(T)));
+  if (!array) {
+    rcsHandleNoMemoryError();
+    return nullptr;
+  }
+  if (_rcsAddCreateVector(array))
+    return array;
+  free(array);
+  return nullptr;
 }
 
 #endif

@@ -19,6 +19,17 @@ void _flushPropagationQueue(void);
 /// Gives one use of the info up; the last one frees it.
 void releaseInfo(ConstraintInfo* info);
 
+/// Frees a constraint that has no attachments, with its data and its claim on the info.
+void freeConstraint(Constraint* constraint);
+
+/// Whose is the array that a constraint is posted on? The caller's is kept and read as it stands. That of a variadic
+/// entry belongs to the trail and dies with its context, by accept too, while the constraint may live on: what the
+/// constraint needs of it is copied.
+enum class ArrayOf { caller, trail };
+
+/// The sum of n variables: a new one with the constraint; a constant for n < 1, and the one operand itself for n = 1.
+CSint* doSigma(ConstraintInfo* info, CSint** vars, int32_t n, ArrayOf owner);
+
 /// Private record of the relations between two variables, and of their reified forms on the boolean.
 struct RelationData
 {

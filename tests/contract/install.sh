@@ -19,29 +19,37 @@ fi
 printf '1\n3\n2\n4\n' > expected
 client=$SOURCE/tests/contract/client
 
-# run <program> shared|static: it answers rightly, and needs libku.so.3 or doesn't.
+# run <program>: the program <language>_<form> answers rightly, needs libku.so.3 or doesn't, and the C++ run-time library in
+# C++ alone.
 run()
 {
   echo "$1"
   LD_LIBRARY_PATH=$SCRATCH/installed/$LIBDIR "$1" > printed
   diff -u expected printed
-  if "$READELF" -d "$1" | grep -q 'NEEDED.*\[libku\.so\.3\]'; then
-    linked=shared
-  else
-    linked=static
-  fi
-  [ $linked = "$2" ] || { echo "it is linked $linked"; exit 1; }
+  needed=$("$READELF" -d "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | tr '\n' ' ')
+  echo "  needs $needed"
+  case $1-$needed in
+    *_shared-*libku.so.3*) ;;
+    *_shared-* | *_static-*libku*) echo "  it is linked in the wrong form"; exit 1 ;;
+  esac
+  case $1-$needed in
+    */c_*libstdc++*) echo "  it is linked as C++"; exit 1 ;;
+  esac
 }
 
 for language in C CXX; do
-  "$CMAKE" -S "$client" -B cmake-$language -G "$GENERATOR" -DCLIENT_LANGUAGE=$language \
-    -DCMAKE_BUILD_TYPE="$CONFIG" -DCMAKE_PREFIX_PATH="$SCRATCH/installed" > cmake-$language.log 2>&1 &&
+  "$CMAKE" -S "$client" -B cmake-$language -G "$GENERATOR" -DCLIENT_LANGUAGE=$language -DCMAKE_BUILD_TYPE="$CONFIG" \
+    -DCMAKE_PREFIX_PATH="$SCRATCH/installed" -DCMAKE_RUNTIME_OUTPUT_DIRECTORY="$SCRATCH/cmake-$language/\$<0:>" \
+    > cmake-$language.log 2>&1 &&
     "$CMAKE" --build cmake-$language --config "$CONFIG" >> cmake-$language.log 2>&1 ||
     { cat cmake-$language.log; exit 1; }
-  for kind in shared static; do
-    run "$(find cmake-$language -name client_$kind -type f)" $kind
-  done
 done
+run cmake-C/c_shared
+run cmake-C/c_static
+run cmake-CXX/c_shared
+run cmake-CXX/c_static
+run cmake-CXX/cxx_shared
+run cmake-CXX/cxx_static
 
 export PKG_CONFIG_PATH="$SCRATCH/installed/$LIBDIR/pkgconfig"
 expects="-DCLIENT_EXPECTS=\"$(pkg-config --modversion ku)\""
@@ -50,11 +58,12 @@ warnings="-pedantic -Wall -Wextra -Werror"
 flags=$(pkg-config --cflags ku)
 shared=$(pkg-config --libs ku)
 static="$(pkg-config --static --libs-only-L ku) -Wl,-Bstatic $(pkg-config --static --libs-only-l ku) -Wl,-Bdynamic"
-$CC -std=c99 $warnings "$expects" $flags "$client/client.c" -o c-shared $shared
-$CC -std=c99 $warnings "$expects" $flags "$client/client.c" -o c-static $static
-$CXX -std=c++17 $warnings "$expects" $flags "$client/client.cpp" -o cxx-shared $shared
-$CXX -std=c++17 $warnings "$expects" $flags "$client/client.cpp" -o cxx-static $static
-run ./c-shared shared
-run ./c-static static
-run ./cxx-shared shared
-run ./cxx-static static
+mkdir pkg-config
+$CC -std=c99 $warnings "$expects" $flags "$client/client.c" -o pkg-config/c_shared $shared
+$CC -std=c99 $warnings "$expects" $flags "$client/client.c" -o pkg-config/c_static $static
+$CXX -std=c++17 $warnings "$expects" $flags "$client/client.cpp" -o pkg-config/cxx_shared $shared
+$CXX -std=c++17 $warnings "$expects" $flags "$client/client.cpp" -o pkg-config/cxx_static $static
+run pkg-config/c_shared
+run pkg-config/c_static
+run pkg-config/cxx_shared
+run pkg-config/cxx_static

@@ -44,7 +44,12 @@ kind != "header" {
     if (/^```/) {
       if (awaited) { expect(code); code = ""; inside = awaited = 0 }
       else if (language == "c" || language == "cpp") close_block()
-      else { code = ""; inside = 0 }
+      else {
+        if (code ~ /int main/)
+          unmarked = 1
+        code = ""
+        inside = 0
+      }
     } else
       code = code $0 "\n"
     next
@@ -68,6 +73,10 @@ whole && !told && line ~ /^It prints:/ {
 }
 
 END {
+  if (unmarked) {
+    print "a whole program stands in a fence that is marked neither c nor cpp" > "/dev/stderr"
+    exit 1
+  }
   if (missing || (whole && !told)) {
     print "a whole program isn't followed by a line \"It prints:\"" > "/dev/stderr"
     exit 1

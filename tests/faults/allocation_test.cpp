@@ -165,6 +165,54 @@ static const std::vector<FaultRow> relations = {
     atTheEndOfTheTrail<2>("AllNeqThirdAttachment", allNeq),
 };
 
+// ---------------------------------------------------------------------------------------------------------------------
+// Sums and differences
+// ---------------------------------------------------------------------------------------------------------------------
+
+static FaultRow addition(const char* name, CSint* (*post)(CSint*, CSint*), const char* x, const char* y)
+{
+  return {.name = name, .domains = {x, y}, .run = [=](Vars& v) { return post(v[0], v[1]); }};
+}
+
+static const std::vector<FaultRow> variadic = {
+    {.name = "VAdd", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_VAdd(3, x[0], x[1], x[2]); }},
+    {.name = "VSub",
+        .domains = {"0..9", "{1, 4}", "0..7"},
+        .run = [](Vars& x) { return cs_VSub(3, x[0], x[1], x[2]); }},
+    {.name = "VScalProd",
+        .domains = {"0..9", "{1, 4}", "0..7"},
+        .run = [](Vars& x) { return cs_VScalProd(3, x[0], x[1], x[2], 1, -2, 0); }},
+};
+
+static std::vector<FaultRow> sums()
+{
+  static int coefficients[] = {1, -2, 0};
+  std::vector<FaultRow> rows = {
+      addition("Add", cs_Add, "0..9", "1..3"),
+      addition("AddWithHoles", cs_Add, "3", "{1, 4, 5}"),
+      addition("SubWithHoles", cs_Sub, "{1, 4, 5}", "3"),
+      {.name = "Sigma", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_Sigma(x.data(), 3); }},
+      {.name = "ScalProd",
+          .domains = {"0..9", "{1, 4}", "7"},
+          .run = [](Vars& x) { return cs_ScalProd(x.data(), coefficients, 3); }},
+      {.name = "ScalProdOfNegativeLength",
+          .domains = {"0..9"},
+          .run = [](Vars& x) { return cs_ScalProd(x.data(), coefficients, -1); }},
+  };
+  rows.insert(rows.end(), variadic.begin(), variadic.end());
+  // The array's own record on the trail, the result's attachment, those of the operands.
+  rows.push_back(atTheEndOfTheTrail<0>("VSubFirstRecord", variadic[1]));
+  rows.push_back(atTheEndOfTheTrail<1>("VSubSecondRecord", variadic[1]));
+  rows.push_back(atTheEndOfTheTrail<4>("VSubFifthRecord", variadic[1]));
+  rows.push_back(atTheEndOfTheTrail<1>("VScalProdSecondRecord", variadic[2]));
+  rows.push_back(atTheEndOfTheTrail<2>("VScalProdThirdRecord", variadic[2]));
+  rows.push_back(atTheEndOfTheTrail<3>("VScalProdFourthRecord", variadic[2]));
+  FaultRow noVariable = addition("AddAtTheEndOfTheVariables", cs_Add, "0..9", "1..3");
+  noVariable.prepare = fillVariables;
+  rows.push_back(noVariable);
+  return rows;
+}
+
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
         .domains = {"1..3", "1..3"},
@@ -271,8 +319,8 @@ static const std::vector<FaultRow> profiling = {
 };
 
 static const int rows = faults("VariableFaults", variables) + faults("NarrowingFaults", narrowing) +
-                        faults("RelationFaults", relations) + faults("SearchFaults", searching) +
-                        faults("ProfilerFaults", profiling);
+                        faults("RelationFaults", relations) + faults("SumFaults", sums()) +
+                        faults("SearchFaults", searching) + faults("ProfilerFaults", profiling);
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The start

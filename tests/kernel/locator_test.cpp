@@ -77,6 +77,31 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryRelation)
   EXPECT_NAMED(cs_AllNeq(vars, 2));
 }
 
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryFunction)
+{
+  EXPECT_NAMED(cs_Mul(x, y));
+  EXPECT_NAMED(cs_Div(x, y));
+  EXPECT_NAMED(cs_VMul(2, x, y));
+  EXPECT_NAMED(cs_VDiv(2, x, CSINT(3)));
+  EXPECT_NAMED(cs_Abs(x));
+  EXPECT_NAMED(cs_Min(vars, 2));
+  EXPECT_NAMED(cs_Max(vars, 2));
+  EXPECT_NAMED(cs_VMin(2, x, y));
+  EXPECT_NAMED(cs_VMax(2, x, y));
+}
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEverySum)
+{
+  static const int coefficients[] = {2, -3};
+  EXPECT_NAMED(cs_Add(x, y));
+  EXPECT_NAMED(cs_Sub(x, y));
+  EXPECT_NAMED(cs_VAdd(2, x, y));
+  EXPECT_NAMED(cs_VSub(2, x, y));
+  EXPECT_NAMED(cs_Sigma(vars, 2));
+  EXPECT_NAMED(cs_ScalProd(vars, coefficients, 2));
+  EXPECT_NAMED(cs_VScalProd(2, x, y, 2, -3));
+}
+
 TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryReifiedConstraint)
 {
   EXPECT_NAMED(cs_ReifLt(x, y));

@@ -99,7 +99,7 @@ TEST_F(Queue, ARestoreBringsBackWhatWasTold)
   Spy chain, other;
   chain.watch(x, "x");
   other.watch(y, "y");
-  chain.onCall = [&](const Spy::Call&) { return cs_GE(y, 5) && 0; };
+  chain.onCall = [&](const Spy::Call&) { return cs_GE(y, 5) && false; };
   cs_saveContext();
   EXPECT_FALSE(cs_GE(x, 1));
   cs_restoreContext();

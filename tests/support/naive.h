@@ -6,6 +6,7 @@
 #ifndef KIT_NAIVE_H
 #define KIT_NAIVE_H
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <set>
@@ -72,6 +73,27 @@ inline bool forwardDifferent(const Sets& x, const std::vector<int>&)
     for (Set* b : x)
       if (a != b && fixed(a) && !remove(b, low(a)))
         return false;
+  return true;
+}
+
+/// c0 x0 + ... = z, the last variable, by bounds; a coefficient that `c` doesn't have is 1. Each place counts by itself.
+inline bool linear(const Sets& x, const std::vector<int>& c)
+{
+  auto coefficient = [&](size_t i) { return i + 1 == x.size() ? -1 : i < c.size() ? c[i] : 1; };
+  for (size_t i = 0; i < x.size(); i++) {
+    int64_t lowest = 0, highest = 0;
+    for (size_t j = 0; j < x.size(); j++) {
+      int64_t a = int64_t(coefficient(j)) * low(x[j]), b = int64_t(coefficient(j)) * high(x[j]);
+      lowest += j == i ? 0 : std::min(a, b);
+      highest += j == i ? 0 : std::max(a, b);
+    }
+    std::erase_if(*x[i], [&](int value) {
+      int64_t term = int64_t(coefficient(i)) * value;
+      return term < -highest || -lowest < term;
+    });
+    if (x[i]->empty())
+      return false;
+  }
   return true;
 }
 

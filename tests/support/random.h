@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace kit {
 
@@ -32,7 +33,7 @@ public:
   template <typename Container>
   auto& oneOf(Container& c)
   {
-    return c[size_t(next() % uint64_t(c.size()))];
+    return c[size_t(next() % uint64_t(std::size(c)))];
   }
 
 private:

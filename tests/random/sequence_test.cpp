@@ -1,0 +1,294 @@
+/*
+ * Random sequences of public calls against the plain model. New rows go to the end of the table, so that kept cases
+ * stay what they were.
+ *
+ * KU_SECONDS is the time to spend (default 3), KU_SEQUENCES the greatest number of sequences, KU_SEED the first seed.
+ */
+#include "sequence.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+using namespace kit;
+
+static Values one(Random& random) { return {random.pick(-6, 13)}; }
+
+static Values some(Random& random)
+{
+  Values values;
+  for (int n = random.pick(0, 6); n > 0; n--)
+    values.push_back(random.pick(-6, 13));
+  return values;
+}
+
+static Values interval(Random& random)
+{
+  int low = random.pick(-6, 12);
+  return {low, low + random.pick(-1, 5)};
+}
+
+static bool listed(const Values& p, int x) { return std::find(p.begin(), p.end(), x) != p.end(); }
+
+static Rule keeping(bool (*fits)(int x, const Values& p))
+{
+  return [=](const Sets& x, const Values& p) {
+    std::erase_if(*x[0], [&](int value) { return !fits(value, p); });
+    return !x[0]->empty();
+  };
+}
+
+static SequenceRow unary(const char* name, int (*post)(CSint*, int), bool (*fits)(int, const Values&))
+{
+  return {.name = name,
+      .count = {1, 1},
+      .lasting = false,
+      .parameters = one,
+      .post = [=](Vars& x, Values& p) { return post(x[0], p[0]); },
+      .strong = keeping(fits)};
+}
+
+static SequenceRow binary(const char* name, int (*post)(CSint*, CSint*), Rule rule)
+{
+  return {.name = name, .post = [=](Vars& x, Values&) { return post(x[0], x[1]); }, .strong = std::move(rule)};
+}
+
+static Rule swapped(Rule rule)
+{
+  return [=](const Sets& x, const Values& p) { return rule({x[1], x[0]}, p); };
+}
+
+// The span test stops early or late, depending on its witnesses: it may see that there is no solution.
+static bool differentInSpan(const Sets& x, const Values& p)
+{
+  if (!naive::forwardDifferent(x, p))
+    return false;
+  int low = INT_MAX, high = INT_MIN;
+  for (const Set* s : x) {
+    low = std::min(low, naive::low(s));
+    high = std::max(high, naive::high(s));
+  }
+  return high - low + 1 >= int(x.size());
+}
+
+// A constraint that means nothing, but whose handler saves a context, narrows, and restores, inside the flush.
+static int meddle(CSint*, Tconstraint* t, int32_t, int32_t)
+{
+  static bool busy;
+  if (busy)
+    return 1;
+  busy = true;
+  auto* other = *static_cast<CSint**>(t->_constraint->_data);
+  int label = cs_saveContext();
+  if (cs_EQ(other, other->_max))
+    cs_saveContext();
+  cs_restoreContextUntil(label);
+  busy = false;
+  return 1;
+}
+
+static int postMeddler(Vars& x, Values&)
+{
+  static const Handler handlers[6] = {meddle, meddle, meddle, meddle, meddle, meddle};
+  auto** data = static_cast<CSint**>(malloc(sizeof(CSint*)));
+  *data = x[1];
+  return _rcsAddConstraint(rcsCreateConstraint(rcsCreateConstraintInfo("meddler", ""), data, handlers), x[0], -1);
+}
+
+// At the most: bounds, and all holes where one of the three is fixed.
+static bool sumWithHoles(const Sets& x, const Values& p)
+{
+  if (!naive::linear(x, p))
+    return false;
+  auto keep = [](Set* s, auto fits) {
+    std::erase_if(*s, [&](int value) { return !fits(value); });
+    return !s->empty();
+  };
+  Set *a = x[0], *b = x[1], *z = x[2];
+  if (naive::fixed(z) && !(keep(a, [&](int v) { return b->count(naive::low(z) - v); }) &&
+                             keep(b, [&](int v) { return a->count(naive::low(z) - v); })))
+    return false;
+  for (Set* fixed : {a, b}) {
+    Set* other = fixed == a ? b : a;
+    if (naive::fixed(fixed) && !(keep(z, [&](int v) { return other->count(v - naive::low(fixed)); }) &&
+                                   keep(other, [&](int v) { return z->count(v + naive::low(fixed)); })))
+      return false;
+  }
+  return true;
+}
+
+// The rule for the arguments in another order: x - y = z is x = z + y.
+static Rule asDifference(Rule rule)
+{
+  return [=](const Sets& x, const Values& p) { return rule({x[2], x[1], x[0]}, p); };
+}
+
+// Coefficients are small, and zero for what is wide already: so results of results stay small.
+static Values coefficients(Random& random)
+{
+  Values values;
+  for (int i = 0; i < 3; i++)
+    values.push_back(random.pick(-2, 2));
+  return values;
+}
+
+static void tame(const Vars& x, Values& c)
+{
+  for (size_t i = 0; i < x.size(); i++)
+    if (x[i]->_max - x[i]->_min > 60)
+      c[i] = 0;
+}
+
+static const std::vector<SequenceRow> rows = {
+    unary("cs_EQ", cs_EQ, [](int x, const Values& p) { return x == p[0]; }),
+    unary("cs_NEQ", cs_NEQ, [](int x, const Values& p) { return x != p[0]; }),
+    unary("cs_LE", cs_LE, [](int x, const Values& p) { return x <= p[0]; }),
+    unary("cs_GE", cs_GE, [](int x, const Values& p) { return x >= p[0]; }),
+    unary("cs_LT", cs_LT, [](int x, const Values& p) { return x < p[0]; }),
+    unary("cs_GT", cs_GT, [](int x, const Values& p) { return x > p[0]; }),
+    {.name = "cs_InArray",
+        .weight = 3,
+        .count = {1, 1},
+        .lasting = false,
+        .parameters = some,
+        .post = [](Vars& x, Values& p) { return cs_InArray(x[0], p.data(), int(p.size())); },
+        .strong = keeping([](int x, const Values& p) { return listed(p, x); })},
+    {.name = "cs_NotInArray",
+        .weight = 6,
+        .count = {1, 1},
+        .lasting = false,
+        .parameters = some,
+        .post = [](Vars& x, Values& p) { return cs_NotInArray(x[0], p.data(), int(p.size())); },
+        .strong = keeping([](int x, const Values& p) { return !listed(p, x); })},
+    {.name = "cs_InInterval",
+        .weight = 6,
+        .count = {1, 1},
+        .lasting = false,
+        .parameters = interval,
+        .post = [](Vars& x, Values& p) { return cs_InInterval(x[0], p[0], p[1]); },
+        .strong = keeping([](int x, const Values& p) { return p[0] <= x && x <= p[1]; })},
+    {.name = "cs_NotInInterval",
+        .weight = 6,
+        .count = {1, 1},
+        .lasting = false,
+        .parameters = interval,
+        .post = [](Vars& x, Values& p) { return cs_NotInInterval(x[0], p[0], p[1]); },
+        .strong = keeping([](int x, const Values& p) { return x < p[0] || x > p[1]; })},
+    binary("cs_Eq", cs_Eq, naive::eq),
+    binary("cs_Neq", cs_Neq, naive::neq),
+    binary("cs_Le", cs_Le, naive::le),
+    binary("cs_Ge", cs_Ge, swapped(naive::le)),
+    binary("cs_Lt", cs_Lt, naive::lt),
+    binary("cs_Gt", cs_Gt, swapped(naive::lt)),
+    {.name = "cs_AllNeq",
+        .weight = 6,
+        .count = {1, 5},
+        .distinct = true,
+        .post = [](Vars& x, Values&) { return cs_AllNeq(x.data(), int(x.size())); },
+        .strong = differentInSpan,
+        .weak = naive::forwardDifferent},
+    {.name = "meddler", .weight = 8, .post = postMeddler, .strong = [](const Sets&, const Values&) { return true; }},
+    {.name = "cs_Add",
+        .weight = 3,
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_Add(x[0], x[1]); },
+        .strong = sumWithHoles,
+        .weak = naive::linear},
+    {.name = "cs_Sub",
+        .weight = 3,
+        .distinct = true,
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_Sub(x[0], x[1]); },
+        .strong = asDifference(sumWithHoles),
+        .weak = asDifference(naive::linear)},
+    {.name = "cs_Sigma",
+        .weight = 4,
+        .count = {2, 4},
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_Sigma(x.data(), int(x.size())); },
+        .strong = naive::linear},
+    {.name = "cs_VAdd",
+        .weight = 4,
+        .count = {3, 3},
+        .functional = true,
+        .post = [](Vars& x, Values&) { return cs_VAdd(3, x[0], x[1], x[2]); },
+        .strong = naive::linear},
+    {.name = "cs_ScalProd",
+        .weight = 4,
+        .count = {1, 3},
+        .functional = true,
+        .parameters = coefficients,
+        .post =
+            [](Vars& x, Values& p) {
+              tame(x, p);
+              return cs_ScalProd(x.data(), p.data(), int(x.size()));
+            },
+        .strong = naive::linear},
+    {.name = "cs_VScalProd",
+        .weight = 4,
+        .functional = true,
+        .parameters = coefficients,
+        .post =
+            [](Vars& x, Values& p) {
+              tame(x, p);
+              return cs_VScalProd(2, x[0], x[1], p[0], p[1]);
+            },
+        .strong = naive::linear},
+};
+
+// Sequences that once failed.
+static const std::vector<SequenceCase> keptCases = {};
+
+static uint64_t environment(const char* name, uint64_t otherwise)
+{
+  const char* text = getenv(name);
+  return text && *text ? strtoull(text, nullptr, 10) : otherwise;
+}
+
+TEST(Sequences, KeptCases)
+{
+  for (SequenceCase which : keptCases) {
+    std::vector<SequenceRow> known(rows.begin(), rows.begin() + ptrdiff_t(which.rows));
+    if (std::string fault = runSequences(known, which.seed, 1, 60); !fault.empty())
+      ADD_FAILURE() << fault;
+  }
+}
+
+TEST(Sequences, Random)
+{
+  uint64_t done = 0;
+  std::string fault = runSequences(rows, environment("KU_SEED", 1), environment("KU_SEQUENCES", UINT64_MAX),
+      double(environment("KU_SECONDS", 3)), &done);
+  if (!fault.empty())
+    ADD_FAILURE() << fault;
+  printf("%llu sequences\n", static_cast<unsigned long long>(done));
+  EXPECT_GT(done, 0u);
+}
+
+TEST(Sequences, CatchFaultsCrashesAndLeaks)
+{
+  auto wrong = [](SequenceRow row) {
+    std::vector<SequenceRow> table = rows;
+    table.push_back(std::move(row));
+    return runSequences(table, 1, 500, 60);
+  };
+  SequenceRow weak = binary("weak", cs_Le, naive::lt);
+  EXPECT_NE(wrong(weak).find("by the model"), std::string::npos);
+  SequenceRow strong = binary("strong", cs_Lt, naive::le);
+  EXPECT_NE(wrong(strong).find("by the model"), std::string::npos);
+  SequenceRow unsound = {.name = "unsound",
+      .post = [](Vars& x, Values&) { return cs_Lt(x[0], x[1]); },
+      .holds = [](auto& v, auto&) { return v[0] <= v[1]; }};
+  EXPECT_NE(wrong(unsound).find("by the model"), std::string::npos);
+  unsound.holds = [](auto& v, auto&) { return v[0] < v[1]; };
+  EXPECT_EQ(wrong(unsound), "");
+
+  SequenceRow crash = binary("crash", cs_Lt, naive::lt);
+  crash.post = [](Vars&, Values&) -> int { abort(); };
+  EXPECT_NE(wrong(crash).find("died: Aborted"), std::string::npos);
+  SequenceRow leak = binary("leak", cs_Lt, naive::lt);
+  leak.post = [](Vars& x, Values&) {
+    cs_getDomain(x[0]);
+    return cs_Lt(x[0], x[1]);
+  };
+  EXPECT_NE(wrong(leak).find("blocks are left"), std::string::npos);
+}

@@ -1,0 +1,87 @@
+/*
+ * Memory over many rounds and in long searches.
+ */
+#include "heapWatch.h"
+#include "snapshot.h"
+#include "solver.h"
+
+#include <cstdlib>
+#include <malloc.h>
+#include <sstream>
+
+using namespace kit;
+
+static int nbFound;
+
+static void countSolution(CSint**, int) { nbFound++; }
+
+/// A small problem that uses all that there is: names, arrays, holes, contexts, a failing and a succeeding search.
+static std::string solveOnce()
+{
+  std::ostringstream story;
+  cs_init();
+  CSint** row = cs_createCSintArray(5, 1, 6);
+  CSint* last = cs_createNamedCSint(0, 9, "last");
+  const int odd[] = {1, 3, 5, 7};
+  CSint* other = cs_createCSintFromDomain(odd, 4);
+  Vars vars(row, row + 5);
+  vars.push_back(last);
+  vars.push_back(other);
+  int posted = cs_AllNeq(row, 5) && cs_Lt(row[0], row[1]) && cs_Le(row[1], last) && cs_Eq(row[2], other) &&
+               cs_Neq(row[3], last) && cs_NEQ(last, 4);
+  int label = cs_saveContext();
+  nbFound = 0;
+  int all = cs_findAll(row, 5, cs_findFreeVarNbElements, countSolution);
+  story << posted << all << " " << nbFound << " " << cs_getNbFails() << " " << cs_getNbChoicePoints();
+  cs_EQ(row[0], 4);
+  int some = cs_search(vars.data(), int(vars.size()), cs_findFreeVar);
+  story << " " << some << " " << cs_getNbFails() << " " << cs_getNbChoicePoints();
+  for (const CSint* v : vars)
+    story << " " << textOf(v);
+  if (nbFound % 2)
+    cs_restoreContextUntil(label);
+  Profiler* profiler = cs_createProfiler(CS_PROFILER_CONSTRAINTS);
+  cs_enableProfiler(profiler);
+  story << " " << cs_GE(last, 5) << textOf(last) << cs_getErr();
+  cs_end();
+  return story.str();
+}
+
+TEST(Resources, TenThousandRoundsLeaveMemoryFlat)
+{
+  std::string first = solveOnce();
+  size_t live = heap::live();
+  size_t inUse = 0;
+  for (int round = 2; round <= 10000; round++) {
+    ASSERT_EQ(solveOnce(), first) << "round " << round;
+    ASSERT_EQ(heap::live(), live) << "round " << round;
+    if (round == 100)
+      inUse = mallinfo2().uordblks;
+  }
+  // What the C library allocates for itself is in this figure too.
+  EXPECT_LT(mallinfo2().uordblks, inUse + 4096);
+}
+
+using LongSearch = SolverTest;
+
+TEST_F(LongSearch, AllocatesNothingInTheSteadyState)
+{
+  Vars x;
+  for (int i = 0; i < 7; i++)
+    x.push_back(cs_createCSint(1, 9));
+  ASSERT_TRUE(cs_AllNeq(x.data(), 7) && cs_Lt(x[0], x[1]) && cs_NEQ(x[2], 5));
+  auto run = [&] {
+    nbFound = 0;
+    EXPECT_TRUE(cs_findAll(x.data(), 7, cs_findFreeVar, countSolution));
+    std::ostringstream story;
+    story << nbFound << " solutions, " << cs_getNbChoicePoints() << " choice points, " << cs_getNbFails() << " fails";
+    return story.str();
+  };
+  Snapshot before(x);
+  std::string first = run();
+  EXPECT_EQ(before.changesOfVars(), "");
+  EXPECT_GE(cs_getNbChoicePoints(), 100000);
+  uint64_t asked = heap::asked();
+  EXPECT_EQ(run(), first);
+  EXPECT_EQ(heap::asked(), asked);
+}
