@@ -19,13 +19,14 @@ static bool becomes(const Sets& x, const Values& p)
 
 static bool loses(const Sets& x, const Values& p) { return naive::remove(x[0], p[0]); }
 
-static const auto rows =
-    bruteForce("ReifEqual", {
-                                reifiedPair("Eq", cs_ReifEq, eq, reified(naive::eq, naive::neq)),
-                                reifiedPair("Neq", cs_ReifNeq, neq, reified(naive::neq, naive::eq)),
-                                reifiedValue("EQ", cs_ReifEQ, eq, reified(becomes, loses)),
-                                reifiedValue("NEQ", cs_ReifNEQ, neq, reified(loses, becomes)),
-                            });
+static const std::vector<Row> equalities = {
+    reifiedPair("Eq", cs_ReifEq, eq, naive::reified(naive::eq, naive::neq)),
+    reifiedPair("Neq", cs_ReifNeq, neq, naive::reified(naive::neq, naive::eq)),
+    reifiedValue("EQ", cs_ReifEQ, eq, naive::reified(becomes, loses)),
+    reifiedValue("NEQ", cs_ReifNEQ, neq, naive::reified(loses, becomes)),
+};
+
+static const int rows = bruteForce("ReifEqual", equalities);
 
 class ReifEqualCase : public ReifiedTest
 {};

@@ -27,17 +27,18 @@ static bool le(int a, int b) { return a <= b; }
 static bool gt(int a, int b) { return a > b; }
 static bool ge(int a, int b) { return a >= b; }
 
-static const auto rows =
-    bruteForce("Reif", {
-                           reifiedPair("Lt", cs_ReifLt, lt, reified(naive::lt, swapped(naive::le))),
-                           reifiedPair("Le", cs_ReifLe, le, reified(naive::le, swapped(naive::lt))),
-                           reifiedPair("Gt", cs_ReifGt, gt, reified(swapped(naive::lt), naive::le)),
-                           reifiedPair("Ge", cs_ReifGe, ge, reified(swapped(naive::le), naive::lt)),
-                           reifiedValue("LT", cs_ReifLT, lt, reified(atMost(-1), atLeast(0))),
-                           reifiedValue("LE", cs_ReifLE, le, reified(atMost(0), atLeast(1))),
-                           reifiedValue("GT", cs_ReifGT, gt, reified(atLeast(1), atMost(0))),
-                           reifiedValue("GE", cs_ReifGE, ge, reified(atLeast(0), atMost(-1))),
-                       });
+static const std::vector<Row> comparisons = {
+    reifiedPair("Lt", cs_ReifLt, lt, naive::reified(naive::lt, swapped(naive::le))),
+    reifiedPair("Le", cs_ReifLe, le, naive::reified(naive::le, swapped(naive::lt))),
+    reifiedPair("Gt", cs_ReifGt, gt, naive::reified(swapped(naive::lt), naive::le)),
+    reifiedPair("Ge", cs_ReifGe, ge, naive::reified(swapped(naive::le), naive::lt)),
+    reifiedValue("LT", cs_ReifLT, lt, naive::reified(atMost(-1), atLeast(0))),
+    reifiedValue("LE", cs_ReifLE, le, naive::reified(atMost(0), atLeast(1))),
+    reifiedValue("GT", cs_ReifGT, gt, naive::reified(atLeast(1), atMost(0))),
+    reifiedValue("GE", cs_ReifGE, ge, naive::reified(atLeast(0), atMost(-1))),
+};
+
+static const int rows = bruteForce("Reif", comparisons);
 
 class ReifCase : public ReifiedTest
 {};
