@@ -413,10 +413,11 @@ CS_API CSint* cs_ReifNEQ(CSint* x, int c); /* x != c: the same with 0 and 1 exch
  * When the result's bounds fall together nothing is posted and nothing attached. Bounds saturate at the ends of the
  * 32-bit range and no error is raised: 2147483646..2147483647 plus 5 is the constant 2147483647, and x stays free. With
  * one exception: when the minimum of an addend rises (in cs_Sub these are y and the result), the maximum of the other
- * one is worked with a difference that wraps. Where max(z) - min(x) leaves the range solutions can be lost; keep the
- * bounds within half of it.
+ * one is worked with a difference that wraps. Where max(z) - min(x) leaves the range solutions can be lost. And a hole
+ * whose image is exactly -2147483648 or 2147483647 is taken out of a new result that has its saturated bound there:
+ * keep the bounds within half the range.
  *
- * Cost: constant for a bound; the size of the domain for the holes of a new result.
+ * Cost: constant for a bound; the width of the domain for the holes of a new result.
  */
 CS_API CSint* cs_Add(CSint* x, CSint* y);
 CS_API CSint* cs_Sub(CSint* x, CSint* y);
@@ -464,7 +465,7 @@ CS_API CSint* cs_Sigma(CSint** variables, int n);
 CS_API CSint* cs_ScalProd(CSint** variables, const int* coefficients, int n);
 
 /*
- * The same with n variables as arguments and n int coefficients after them; with n = 0 a constant 0. The constraint
+ * The same with n variables as arguments and n int coefficients after them; with n < 1 a constant 0. The constraint
  * keeps copies. cs_VScalProd(2, x, y, 3, -1) is 3x - y.
  */
 CS_API CSint* cs_VScalProd(int n, CSint* first, ...);

@@ -65,8 +65,8 @@ static int pushResult(CSint* result, int64_t sum)
   return !Side::inside(sum, Side::of(result)) || Side::tighten(result, int32_t(sum));
 }
 
-/// Can the limit on the sum, which is the result's far bound, narrow an operand at all? Not where the sum doesn't reach
-/// it: so it is, for one, when the bound came from the sum itself.
+/// Can the limit on the sum, which is the result's far bound, narrow an operand at all? Not where no values of the
+/// operands go beyond it: as when that bound came from the sum itself, which is why z often wakes its own constraint.
 template <typename Side>
 static bool isBinding(int32_t limit, const Sums& sums)
 {

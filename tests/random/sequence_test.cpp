@@ -233,6 +233,15 @@ static const std::vector<SequenceRow> rows = {
               return cs_VScalProd(2, x[0], x[1], p[0], p[1]);
             },
         .strong = naive::linear},
+    {.name = "cs_Mul",
+        .weight = 4,
+        .post = [](Vars& x, Values&) { return cs_Mul(x[0], x[1]); },
+        .value = [](auto& x, auto&) { return int64_t(x[0]) * x[1]; }},
+    {.name = "cs_Abs",
+        .weight = 4,
+        .count = {1, 1},
+        .post = [](Vars& x, Values&) { return cs_Abs(x[0]); },
+        .value = [](auto& x, auto&) { return std::abs(int64_t(x[0])); }},
 };
 
 // Sequences that once failed.
