@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -23,6 +24,9 @@ using Rule = std::function<bool(const Sets& x, const std::vector<int>& p)>;
 
 /// Is the tuple a solution?
 using Test = std::function<bool(const std::vector<int>& x, const std::vector<int>& p)>;
+
+/// What the result is for these arguments, if there is a solution with them.
+using Value = std::function<std::optional<int64_t>(const std::vector<int>& x, const std::vector<int>& p)>;
 
 namespace naive {
 
@@ -131,6 +135,42 @@ inline Rule strongest(Test holds)
     for (size_t i = 0; i < x.size(); i++)
       *x[i] = kept[i];
     return !kept.empty() && !kept[0].empty();
+  };
+}
+
+/// The same for a result that is a function of the arguments and stands behind them.
+inline Rule strongest(Value value)
+{
+  return [value](const Sets& x, const std::vector<int>& p) {
+    Sets arguments(x.begin(), x.end() - 1);
+    std::vector<Set> kept(x.size());
+    eachTuple(arguments, [&](const std::vector<int>& tuple) {
+      auto result = value(tuple, p);
+      if (!result || *result != int(*result) || !x.back()->count(int(*result)))
+        return;
+      for (size_t i = 0; i < tuple.size(); i++)
+        kept[i].insert(tuple[i]);
+      kept.back().insert(int(*result));
+    });
+    for (size_t i = 0; i < x.size(); i++)
+      *x[i] = kept[i];
+    return !kept.back().empty();
+  };
+}
+
+/// The least that may be asked of it: the result is fixed when the arguments are.
+inline Rule weakest(Value value)
+{
+  return [value](const Sets& x, const std::vector<int>& p) {
+    std::vector<int> tuple;
+    for (size_t i = 0; i + 1 < x.size(); i++) {
+      if (!fixed(x[i]))
+        return true;
+      tuple.push_back(low(x[i]));
+    }
+    auto result = value(tuple, p);
+    std::erase_if(*x.back(), [&](int each) { return !result || each != *result; });
+    return !x.back()->empty();
   };
 }
 
