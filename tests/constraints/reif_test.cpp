@@ -201,7 +201,7 @@ TEST_F(ReifCase, AWatcherChecksAheadOfTheEnforcer)
     for (int truth : {0, 1}) {
       bool wantsLow = truth == c.below;
       // Whether the spy behind the watcher comes to see the change of x tells the watcher's answer.
-      auto passes = [&, post = post](int (*change)(CSint*, int), int value) {
+      auto passes = [&](int (*change)(CSint*, int), int value) {
         CSint* x = makeVar("{0..9}");
         Spy after;
         after.watch(x, "x");
