@@ -134,4 +134,109 @@ static void pigeonholes(benchmark::State& state)
 }
 BENCHMARK(pigeonholes)->Unit(benchmark::kMillisecond);
 
+/// The letters D E M N O R S Y, and one linear equation.
+static void sendMoreMoney(benchmark::State& state)
+{
+  Solver solver;
+  static const int coefficients[8] = {1, 91, -9000, -90, -900, 10, 1000, -1};
+  Vars letters = makeVars(8, 0, 9);
+  cs_NEQ(letters[2], 0);
+  cs_NEQ(letters[6], 0);
+  cs_AllNeq(letters.data(), 8);
+  cs_EQ(cs_ScalProd(letters.data(), coefficients, 8), 0);
+  measure(
+      state, [&] { return cs_search(letters.data(), 8, cs_findFreeVarNbElements) && cs_getValue(letters[6]) == 9; });
+}
+BENCHMARK(sendMoreMoney)->Unit(benchmark::kMicrosecond);
+
+/// All placements, with three all-different: columns and both diagonals.
+static void queens(benchmark::State& state)
+{
+  static const int known[] = {1, 1, 0, 0, 2, 10, 4, 40, 92, 352, 724};
+  Solver solver;
+  int n = int(state.range(0));
+  Vars column = makeVars(n, 0, n - 1), up, down;
+  for (int i = 0; i < n; i++) {
+    up.push_back(cs_Add(column[size_t(i)], CSINT(i)));
+    down.push_back(cs_Sub(column[size_t(i)], CSINT(i)));
+  }
+  for (Vars* line : {&column, &up, &down})
+    cs_AllNeq(line->data(), n);
+  measure(state, [&] {
+    solutions = 0;
+    cs_findAll(column.data(), n, cs_findFreeVar, count);
+    return solutions == known[n];
+  });
+}
+BENCHMARK(queens)->Arg(8)->Arg(10)->Unit(benchmark::kMillisecond);
+
+/// All magic squares of a side, without symmetry breaking.
+static void magicSquares(benchmark::State& state)
+{
+  Solver solver;
+  int n = int(state.range(0)), sum = n * (n * n + 1) / 2;
+  Vars cells = makeVars(n * n, 1, n * n), down, up;
+  std::vector<Vars> lines;
+  for (int i = 0; i < n; i++) {
+    Vars row, column;
+    for (int j = 0; j < n; j++) {
+      row.push_back(cells[size_t(i * n + j)]);
+      column.push_back(cells[size_t(j * n + i)]);
+    }
+    lines.push_back(row);
+    lines.push_back(column);
+    down.push_back(cells[size_t(i * n + i)]);
+    up.push_back(cells[size_t(i * n + n - 1 - i)]);
+  }
+  lines.push_back(down);
+  lines.push_back(up);
+  cs_AllNeq(cells.data(), n * n);
+  for (Vars& line : lines)
+    cs_EQ(cs_Sigma(line.data(), n), sum);
+  measure(state, [&] {
+    solutions = 0;
+    cs_findAll(cells.data(), n * n, cs_findFreeVar, count);
+    return solutions == (n == 3 ? 8 : 7040);
+  });
+}
+BENCHMARK(magicSquares)->Arg(3)->Arg(4)->Unit(benchmark::kMillisecond);
+
+/// A permutation of 0..n-1 whose neighbours differ by 1..n-1, each once.
+static void allInterval(benchmark::State& state)
+{
+  Solver solver;
+  constexpr int n = 9;
+  Vars note = makeVars(n, 0, n - 1), interval;
+  for (size_t i = 1; i < n; i++) {
+    interval.push_back(cs_Abs(cs_Sub(note[i], note[i - 1])));
+    cs_InInterval(interval.back(), 1, n - 1);
+  }
+  cs_AllNeq(note.data(), n);
+  cs_AllNeq(interval.data(), n - 1);
+  measure(state, [&] {
+    solutions = 0;
+    cs_findAll(note.data(), n, cs_findFreeVar, count);
+    return solutions == 120;
+  });
+}
+BENCHMARK(allInterval)->Unit(benchmark::kMillisecond);
+
+/// Marks on a ruler of the optimal length, with all differences.
+static void golombRuler(benchmark::State& state)
+{
+  static const int length[] = {0, 0, 0, 0, 6, 11, 17, 25, 34};
+  Solver solver;
+  int marks = int(state.range(0));
+  Vars mark = makeVars(marks, 0, length[marks]), differences;
+  cs_EQ(mark[0], 0);
+  for (size_t j = 1; j < mark.size(); j++) {
+    cs_Lt(mark[j - 1], mark[j]);
+    for (size_t i = 0; i < j; i++)
+      differences.push_back(cs_Sub(mark[j], mark[i]));
+  }
+  cs_AllNeq(differences.data(), int(differences.size()));
+  measure(state, [&] { return cs_search(mark.data(), marks, cs_findFreeVar); });
+}
+BENCHMARK(golombRuler)->Arg(7)->Arg(8)->Unit(benchmark::kMillisecond);
+
 BENCHMARK_MAIN();

@@ -37,9 +37,11 @@ function(ku_add_library target kind)
     INTERPROCEDURAL_OPTIMIZATION OFF)
 
   if(kind STREQUAL "SHARED")
-    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
-    if(NOT KU_SANITIZE) # the sanitizers' own functions come with the program
-      target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    if(NOT APPLE)
+      target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
+      if(NOT KU_SANITIZE) # the sanitizers' own functions come with the program
+        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+      endif()
     endif()
     # The static archive stays plain native code, for any linker.
     if(KU_LTO_WORKS)

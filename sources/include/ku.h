@@ -242,14 +242,19 @@ CS_API void cs_fprintf(FILE* stream, const char* format, ...);
  * Contexts
  *
  * A context is a mark on the trail. Restoring it brings back every domain, every attachment and the client's own data
- * as they were at the mark; accepting it keeps the changes for good, also for the enclosing contexts; forgetting it
+ * as they were at the mark; accepting it drops the records and keeps the changes for good; forgetting it
  * hands the changes to the enclosing context. Contexts are a stack and have labels: the outermost is 1. What is done
  * while no context exists is never undone.
  *
  *              changes                     functions of cs_backtrack     arrays of cs_createCSintArray
  *     restore  undone                      run, newest first             freed
- *     accept   stand, whatever comes       never run                     freed
+ *     accept   stand, see below            never run                     freed
  *     forget   belong to the outer one     wait for the outer one        live on
+ *
+ * What is accepted can't be undone any more, but an enclosing context still undoes its own records. If it had changed
+ * the same variable before, its restore puts that variable's older bounds and count back over the accepted ones; if it
+ * had attached a constraint to it, the newest attachment goes in place of that one. So accept only what touches other
+ * variables than the enclosing context does; where both touch one, forget instead.
  *
  * Saves and pops must be balanced. A restore, accept or forget with no context on the stack, or an Until form with a
  * label below 1, is a fault of the caller that the solver doesn't survive.

@@ -346,15 +346,9 @@ static CSint* postSum(ConstraintInfo* info, const Data& sum, ArrayOf owner, cons
   auto* kept = static_cast<Data*>(onResult->_data);
   if (copies)
     takeArrays(kept);
-  Constraint* onOperands = newConstraint(info, tint, *kept);
-  if (!onOperands) {
-    freeConstraint(onResult);
+  Constraint* onOperands = newCompanion(onResult, sum._result, info, tint, *kept);
+  if (!onOperands)
     return nullptr;
-  }
-  if (!_rcsAddConstraint(onResult, sum._result, -1)) {
-    freeConstraint(onOperands);
-    return nullptr;
-  }
   for (int32_t i = 0; i < sum._size; i++)
     if (!_rcsAddConstraint(onOperands, sum._vars[i], i))
       return nullptr;

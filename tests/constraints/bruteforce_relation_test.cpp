@@ -96,6 +96,27 @@ static const std::vector<Row> relations = {
     binary("Ge", cs_Ge, atLeast, Strength::bounds, swapped(naive::le)),
     binary("Lt", cs_Lt, less, Strength::bounds, naive::lt),
     binary("Gt", cs_Gt, greater, Strength::bounds, swapped(naive::lt)),
+    // Several on the same variables, so that what a handler changes waits in the queue for the others.
+    {.name = "EqChain",
+        .vars = {{.count = {4, 4}, .values = {-2, 4}}},
+        .post = [](Trial& t) { return cs_Eq(t.x[0], t.x[1]) && cs_Eq(t.x[1], t.x[2]) && cs_Eq(t.x[2], t.x[3]); },
+        .holds = [](auto& v, auto&) { return v[0] == v[1] && v[1] == v[2] && v[2] == v[3]; },
+        .strength = Strength::domain},
+    {.name = "OrderChain",
+        .vars = {{.count = {4, 4}}},
+        .post = [](Trial& t) { return cs_Lt(t.x[0], t.x[1]) && cs_Ge(t.x[2], t.x[1]) && cs_Neq(t.x[2], t.x[3]); },
+        .holds = [](auto& v, auto&) { return v[0] < v[1] && v[1] <= v[2] && v[2] != v[3]; },
+        .exact =
+            [](const Sets& x, const Values& p) {
+              return naive::lt({x[0], x[1]}, p) && naive::le({x[1], x[2]}, p) && naive::neq({x[2], x[3]}, p);
+            }},
+    {.name = "TwoAllNeq",
+        .vars = {{.count = {4, 4}, .twice = 0}},
+        .post = [](Trial& t) { return cs_AllNeq(t.x.data(), 3) && cs_AllNeq(t.x.data() + 1, 3); },
+        .holds =
+            [](auto& v, auto& p) {
+              return different({v[0], v[1], v[2]}, p) && different({v[1], v[2], v[3]}, p);
+            }},
     // A variable that stands twice isn't noticed once the constraint is posted, so none is drawn.
     {.name = "AllNeq",
         .vars = {{.count = {1, 5}, .twice = 0}},

@@ -9,39 +9,25 @@ using namespace kit;
 
 static void drawValues(Trial& t) { t.p = t.pick(2, -3, 5); }
 
-// Only what is instantiated counts.
-static bool ifEq(const Sets& x, const Values& p)
-{
-  auto become = [](Set* s, int value) {
-    std::erase_if(*s, [=](int other) { return other != value; });
-    return !s->empty();
-  };
-  return (*x[0] != Set{p[0]} || become(x[1], p[1])) && (*x[1] != Set{p[1]} || become(x[0], p[0]));
-}
+static const std::vector<Row> ties = {
+    {.name = "IfEq",
+        .vars = {{.count = {2, 2}, .values = {-2, 4}, .twice = 0}},
+        .prepare = drawValues,
+        .post = [](Trial& t) { return cs_IfEq(t.x[0], t.x[1], t.p[0], t.p[1]); },
+        .holds = [](auto& v, auto& p) { return (v[0] == p[0]) == (v[1] == p[1]); },
+        .exact = naive::ifEq,
+        .trials = 300},
+    {.name = "IfNeq",
+        .vars = {{.count = {2, 2}, .values = {-2, 4}}},
+        .prepare = drawValues,
+        .post = [](Trial& t) { return cs_IfNeq(t.x[0], t.x[1], t.p[0], t.p[1]); },
+        .holds = [](auto& v, auto& p) { return v[0] != p[0] || v[1] != p[1]; },
+        .strength = Strength::domain,
+        .exact = naive::ifNeq,
+        .trials = 300},
+};
 
-static bool ifNeq(const Sets& x, const Values& p)
-{
-  return (*x[0] != Set{p[0]} || naive::remove(x[1], p[1])) && (*x[1] != Set{p[1]} || naive::remove(x[0], p[0]));
-}
-
-static const auto rows =
-    bruteForce("Conditional", {
-                                  {.name = "IfEq",
-                                      .vars = {{.count = {2, 2}, .values = {-2, 4}, .twice = 0}},
-                                      .prepare = drawValues,
-                                      .post = [](Trial& t) { return cs_IfEq(t.x[0], t.x[1], t.p[0], t.p[1]); },
-                                      .holds = [](auto& v, auto& p) { return (v[0] == p[0]) == (v[1] == p[1]); },
-                                      .exact = ifEq,
-                                      .trials = 300},
-                                  {.name = "IfNeq",
-                                      .vars = {{.count = {2, 2}, .values = {-2, 4}}},
-                                      .prepare = drawValues,
-                                      .post = [](Trial& t) { return cs_IfNeq(t.x[0], t.x[1], t.p[0], t.p[1]); },
-                                      .holds = [](auto& v, auto& p) { return v[0] != p[0] || v[1] != p[1]; },
-                                      .strength = Strength::domain,
-                                      .exact = ifNeq,
-                                      .trials = 300},
-                              });
+static const int rows = bruteForce("Conditional", ties);
 
 class ConditionalCase : public SolverTest
 {};
@@ -75,19 +61,6 @@ TEST_F(ConditionalCase, TheLossOfAValueWakesNothing)
   EXPECT_FALSE(cs_EQ(y, 2));
   cs_restoreContext();
   EXPECT_FALSE(cs_EQ(y, 2));
-}
-
-TEST_F(ConditionalCase, PostingLooksAtBothInTurn)
-{
-  // Setting y runs code that narrows x no further, but the second step sees y as it is by then.
-  CSint *x = makeVar("1"), *y = makeVar("{1, 2}");
-  EXPECT_TRUE(cs_IfNeq(x, y, 1, 2));
-  EXPECT_EQ(textOf(y), "1");
-  // x takes 2 from y; y is 1 by that, which takes 1 from x: its last value.
-  CSint* z = makeVar("{1, 2}");
-  CSint* same = makeVar("1");
-  EXPECT_TRUE(cs_IfNeq(same, z, 1, 2));
-  EXPECT_FALSE(cs_IfNeq(same, z, 1, 1));
 }
 
 TEST_F(ConditionalCase, AVariableTiedToItselfCountsAsTheFirst)

@@ -27,17 +27,18 @@ static bool le(int a, int b) { return a <= b; }
 static bool gt(int a, int b) { return a > b; }
 static bool ge(int a, int b) { return a >= b; }
 
-static const auto rows =
-    bruteForce("Reif", {
-                           reifiedPair("Lt", cs_ReifLt, lt, reified(naive::lt, swapped(naive::le))),
-                           reifiedPair("Le", cs_ReifLe, le, reified(naive::le, swapped(naive::lt))),
-                           reifiedPair("Gt", cs_ReifGt, gt, reified(swapped(naive::lt), naive::le)),
-                           reifiedPair("Ge", cs_ReifGe, ge, reified(swapped(naive::le), naive::lt)),
-                           reifiedValue("LT", cs_ReifLT, lt, reified(atMost(-1), atLeast(0))),
-                           reifiedValue("LE", cs_ReifLE, le, reified(atMost(0), atLeast(1))),
-                           reifiedValue("GT", cs_ReifGT, gt, reified(atLeast(1), atMost(0))),
-                           reifiedValue("GE", cs_ReifGE, ge, reified(atLeast(0), atMost(-1))),
-                       });
+static const std::vector<Row> comparisons = {
+    reifiedPair("Lt", cs_ReifLt, lt, naive::reified(naive::lt, swapped(naive::le))),
+    reifiedPair("Le", cs_ReifLe, le, naive::reified(naive::le, swapped(naive::lt))),
+    reifiedPair("Gt", cs_ReifGt, gt, naive::reified(swapped(naive::lt), naive::le)),
+    reifiedPair("Ge", cs_ReifGe, ge, naive::reified(swapped(naive::le), naive::lt)),
+    reifiedValue("LT", cs_ReifLT, lt, naive::reified(atMost(-1), atLeast(0))),
+    reifiedValue("LE", cs_ReifLE, le, naive::reified(atMost(0), atLeast(1))),
+    reifiedValue("GT", cs_ReifGT, gt, naive::reified(atLeast(1), atMost(0))),
+    reifiedValue("GE", cs_ReifGE, ge, naive::reified(atLeast(0), atMost(-1))),
+};
+
+static const int rows = bruteForce("Reif", comparisons);
 
 class ReifCase : public ReifiedTest
 {};
@@ -145,6 +146,12 @@ TEST_F(ReifCase, AtTheEdgesOf32BitsTheStepWrapsAndTheEnforcerFails)
     EXPECT_FALSE(inOneFlush([=] { return rcsSetMax(w, INT32_MIN) && rcsSetValue(c, isLt); }));
     EXPECT_EQ(last.log(), "w NewMaxEq -2147483640->-2147483648");
     EXPECT_EQ(textOf(v), "{-2147483648..-2147483640}");
+
+    // With both at the far ends no step of either side would fail: the enforcer looks first.
+    CSint *highest = makeVar("{0..2147483647}"), *lowest = makeVar("{-2147483648..9}");
+    CSint* d = isLt ? cs_ReifLt(highest, lowest) : cs_ReifLe(lowest, highest);
+    EXPECT_FALSE(inOneFlush(
+        [=] { return rcsSetMin(highest, INT32_MAX) && rcsSetMax(lowest, INT32_MIN) && rcsSetValue(d, isLt); }));
   }
 }
 
@@ -190,25 +197,25 @@ TEST_F(ReifCase, AWatcherChecksAheadOfTheEnforcer)
     int edge;  ///< the comparison with 5 changes its truth between this value and the next
     int below; ///< its truth up to there
   };
-  for (auto [post, edge, below] : {Case{cs_ReifLT, 4, 1}, {cs_ReifLE, 5, 1}, {cs_ReifGT, 5, 0}, {cs_ReifGE, 4, 0}})
+  for (const Case& c : {Case{cs_ReifLT, 4, 1}, {cs_ReifLE, 5, 1}, {cs_ReifGT, 5, 0}, {cs_ReifGE, 4, 0}})
     for (int truth : {0, 1}) {
-      bool wantsLow = truth == below;
+      bool wantsLow = truth == c.below;
       // Whether the spy behind the watcher comes to see the change of x tells the watcher's answer.
-      auto passes = [&](int (*change)(CSint*, int), int value) {
+      auto passes = [&, post = post](int (*change)(CSint*, int), int value) {
         CSint* x = makeVar("{0..9}");
         Spy after;
         after.watch(x, "x");
-        CSint* b = post(x, 5);
+        CSint* b = c.post(x, 5);
         int ok = inOneFlush([&] { return change(x, value) && rcsSetValue(b, truth); });
         EXPECT_EQ(ok, !after.calls.empty());
         return ok;
       };
-      SCOPED_TRACE(std::to_string(edge) + (below ? " low" : " high") + (truth ? ", true" : ", false"));
-      EXPECT_TRUE(passes(rcsSetMin, edge));
-      EXPECT_EQ(passes(rcsSetMin, edge + 1), !wantsLow);
-      EXPECT_TRUE(passes(rcsSetMax, edge + 1));
-      EXPECT_EQ(passes(rcsSetMax, edge), wantsLow);
-      EXPECT_EQ(passes(rcsSetValue, edge), wantsLow);
-      EXPECT_EQ(passes(rcsSetValue, edge + 1), !wantsLow);
+      SCOPED_TRACE(std::to_string(c.edge) + (c.below ? " low" : " high") + (truth ? ", true" : ", false"));
+      EXPECT_TRUE(passes(rcsSetMin, c.edge));
+      EXPECT_EQ(passes(rcsSetMin, c.edge + 1), !wantsLow);
+      EXPECT_TRUE(passes(rcsSetMax, c.edge + 1));
+      EXPECT_EQ(passes(rcsSetMax, c.edge), wantsLow);
+      EXPECT_EQ(passes(rcsSetValue, c.edge), wantsLow);
+      EXPECT_EQ(passes(rcsSetValue, c.edge + 1), !wantsLow);
     }
 }

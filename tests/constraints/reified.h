@@ -1,5 +1,5 @@
 /*
- * What a reified constraint has to leave, and a look into a running flush.
+ * Rows for reified constraints, and a look into a running flush and into a posting.
  */
 #ifndef TESTS_REIFIED_H
 #define TESTS_REIFIED_H
@@ -9,29 +9,6 @@
 #include "spy.h"
 
 namespace kit {
-
-/// The rule of the boolean, which stands last: as soon as it is fixed that of its side holds; as long as it isn't, it
-/// loses the side whose rule finds no solution.
-inline Rule reified(Rule whenTrue, Rule whenFalse)
-{
-  return [=](const Sets& x, const Values& p) {
-    Set* b = x.back();
-    Sets compared(x.begin(), x.end() - 1);
-    if (naive::fixed(b))
-      return (naive::low(b) ? whenTrue : whenFalse)(compared, p);
-    for (bool side : {false, true}) {
-      std::vector<Set> copies;
-      for (const Set* s : compared)
-        copies.push_back(*s);
-      Sets tried;
-      for (Set& s : copies)
-        tried.push_back(&s);
-      if (!(side ? whenTrue : whenFalse)(tried, p))
-        b->erase(side);
-    }
-    return !b->empty();
-  };
-}
 
 /// Two variables, compared by `holds`.
 inline Row reifiedPair(const char* name, CSint* (*post)(CSint*, CSint*), bool (*holds)(int, int), Rule rule)

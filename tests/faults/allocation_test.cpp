@@ -213,6 +213,75 @@ static std::vector<FaultRow> sums()
   return rows;
 }
 
+// ---------------------------------------------------------------------------------------------------------------------
+// Products, extremes, absolute values, positions
+// ---------------------------------------------------------------------------------------------------------------------
+
+static const int entries[] = {4, 1, 4, 9};
+
+static const auto functions = faults("FunctionFaults",
+    {
+        {.name = "Mul", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Mul(x[0], x[1]); }},
+        {.name = "Div", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Div(x[0], x[1]); }},
+        {.name = "VMul",
+            .domains = {"0..9", "1..3", "2..4"},
+            .run = [](Vars& x) { return cs_VMul(3, x[0], x[1], x[2]); }},
+        {.name = "Min", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Min(x.data(), 2); }},
+        {.name = "Max", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Max(x.data(), 2); }},
+        {.name = "MinOfNone", .run = [](Vars&) { return cs_Min(nullptr, 0); }},
+        {.name = "VMin", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_VMin(2, x[0], x[1]); }},
+        {.name = "VMax", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_VMax(2, x[0], x[1]); }},
+        {.name = "Abs", .domains = {"{-3, 1, 5}"}, .run = [](Vars& x) { return cs_Abs(x[0]); }},
+        {.name = "Element", .domains = {"0..9"}, .run = [](Vars& x) { return cs_Element(x[0], entries, 4); }},
+        {.name = "Index", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_Index(x.data(), 3, 4); }},
+    });
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Reified constraints and conditionals
+// ---------------------------------------------------------------------------------------------------------------------
+
+// With the boolean behind a full block of variables.
+static FaultRow reified(const char* name, std::function<CSint*(CSint*, CSint*)> post)
+{
+  return {.name = name, .domains = {"{1, 3..9}", "{1..6, 9}"}, .prepare = fillVariables, .run = [=](Vars& x) {
+            return post(x[0], x[1]);
+          }};
+}
+
+static FaultRow reifiedValue(const char* name, CSint* (*post)(CSint*, int), int c = 5)
+{
+  return reified(name, [=](CSint* x, CSint*) { return post(x, c); });
+}
+
+static FaultRow tie(const char* name, int (*post)(CSint*, CSint*, int, int))
+{
+  return {.name = name, .domains = {"{1, 3..9}", "3"}, .run = [=](Vars& x) { return post(x[0], x[1], 4, 7); }};
+}
+
+static const std::vector<FaultRow> reifications = {
+    reified("Lt", cs_ReifLt),
+    reified("Le", cs_ReifLe),
+    reified("Gt", cs_ReifGt),
+    reified("Ge", cs_ReifGe),
+    reified("Eq", cs_ReifEq),
+    reified("Neq", cs_ReifNeq),
+    reifiedValue("LT", cs_ReifLT),
+    reifiedValue("LE", cs_ReifLE),
+    reifiedValue("GT", cs_ReifGT),
+    reifiedValue("GE", cs_ReifGE),
+    reifiedValue("EQ", cs_ReifEQ),
+    reifiedValue("NEQ", cs_ReifNEQ),
+    reifiedValue("ConstantOfAComparison", cs_ReifLT, 0),
+    reifiedValue("ConstantOfAnEquality", cs_ReifEQ, 2),
+    atTheEndOfTheTrail<0>("LtAttachmentOfTheBoolean", reified("", cs_ReifLt)),
+    atTheEndOfTheTrail<1>("LtFirstVariable", reified("", cs_ReifLt)),
+    atTheEndOfTheTrail<2>("LtSecondVariable", reified("", cs_ReifLt)),
+    tie("IfEq", cs_IfEq),
+    tie("IfNeq", cs_IfNeq),
+    atTheEndOfTheTrail<0>("IfEqFirstAttachment", tie("", cs_IfEq)),
+    atTheEndOfTheTrail<1>("IfEqSecondAttachment", tie("", cs_IfEq)),
+};
+
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
         .domains = {"1..3", "1..3"},
@@ -320,7 +389,8 @@ static const std::vector<FaultRow> profiling = {
 
 static const int rows = faults("VariableFaults", variables) + faults("NarrowingFaults", narrowing) +
                         faults("RelationFaults", relations) + faults("SumFaults", sums()) +
-                        faults("SearchFaults", searching) + faults("ProfilerFaults", profiling);
+                        faults("ReifiedFaults", reifications) + faults("SearchFaults", searching) +
+                        faults("ProfilerFaults", profiling);
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The start

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -109,6 +110,7 @@ private:
   std::vector<int> _everAttached;
   std::vector<std::unique_ptr<Placed>> _postings;
   State _now;
+  bool _over = false;   // the model can't follow any further
   bool _failed = false; // the domains are unknown until a context is restored
   std::vector<Entry> _entries;
   std::vector<std::pair<CSint**, Vars>> _arrays; // by id; null when freed
@@ -404,8 +406,12 @@ void Sequence::post(bool lasting)
   auto posting = std::make_unique<Placed>();
   posting->row = row;
   while (int(posting->scope.size()) < count) {
-    auto number = size_t(_random.pick(0, int(_vars.size()) - 1));
+    // Mostly among the oldest variables, so that constraints meet.
+    auto number = size_t(_random.pick(0, std::min(_random.chance(60) ? 2 : 99, int(_vars.size()) - 1)));
     auto& scope = posting->scope;
+    // The model goes through all tuples of the arguments.
+    if (row->value && _now.domains[number].size() > 8)
+      return;
     if (std::find(scope.begin(), scope.end(), number) != scope.end() && (row->distinct || _random.chance(80)) &&
         _vars.size() > 1)
       continue;
@@ -427,7 +433,7 @@ void Sequence::post(bool lasting)
       request.domains[placed.scope[0]].clear();
   }
   // Most calls are to succeed, since a failure ends a sequence or throws a context away.
-  if (!row->functional && _random.chance(depth() > 0 ? 75 : 99)) {
+  if (!row->value && !row->functional && _random.chance(depth() > 0 ? 75 : 99)) {
     State foretold = request;
     if (!close(foretold, true))
       return _postings.pop_back();
@@ -450,6 +456,12 @@ void Sequence::post(bool lasting)
   }
   if (posted.ok)
     for (CSint* v : posted.results) {
+      if (int64_t(v->_max) - v->_min > 2000)
+        return void(_over = true);
+      if (auto known = std::find(_vars.begin(), _vars.end(), v); known != _vars.end()) {
+        placed.scope.push_back(size_t(known - _vars.begin()));
+        continue;
+      }
       placed.scope.push_back(_vars.size());
       placed.attachments.push_back(v->_nbConstraints);
       adopt(v, setOf(v));
@@ -773,6 +785,8 @@ void Sequence::recover()
 
 void Sequence::compare()
 {
+  if (_over)
+    return;
   if (!_wrong.empty())
     fault(_wrong);
   if (!_expected.empty())
@@ -823,7 +837,11 @@ void Sequence::run()
   if (_random.chance(70))
     save();
   compare();
-  for (int n = _random.pick(10, 90); n > 0; n--) {
+  for (int n = _random.pick(0, 4); n > 0 && !_failed; n--) {
+    post(true);
+    compare();
+  }
+  for (int n = _random.pick(10, 90); n > 0 && !_over; n--) {
     if (_failed) {
       if (depth() == 0)
         return;
@@ -869,9 +887,9 @@ std::string runSequences(
   // Rows that give only their solutions get the rules that follow from these.
   std::vector<SequenceRow> rows = table;
   for (SequenceRow& row : rows)
-    if (row.holds) {
-      row.strong = naive::strongest(row.holds);
-      row.weak = naive::weakest(row.holds);
+    if (row.holds || row.value) {
+      row.strong = row.value ? naive::strongest(row.value) : naive::strongest(row.holds);
+      row.weak = row.value ? naive::weakest(row.value) : naive::weakest(row.holds);
     }
 
   // What the child tells survives its crash.
@@ -889,6 +907,8 @@ std::string runSequences(
   fflush(nullptr);
   pid_t child = fork();
   if (child == 0) {
+    const rlimit noCore = {};
+    setrlimit(RLIMIT_CORE, &noCore);
     auto start = std::chrono::steady_clock::now();
     for (uint64_t i = 0; i < count; i++) {
       shared->seed = first + i;

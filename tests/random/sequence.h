@@ -27,12 +27,16 @@ struct SequenceRow
   bool functional = false; ///< makes result variables, which stand behind the arguments in the rules
   std::function<Values(Random&)> parameters = nullptr;
 
-  /// Posts. Both arrays live until the end of the sequence. Result variables become variables of the sequence.
+  /// Posts. Both arrays live until the end of the sequence. A result becomes a variable of the sequence.
   std::function<Posted(Vars& x, Values& p)> post;
 
   Rule strong = nullptr;
-  Rule weak = nullptr;  ///< null: the same as the strong rule
-  Test holds = nullptr; ///< in place of the rules
+  Rule weak = nullptr; ///< null: the same as the strong rule
+
+  /// In place of the rules: the solutions, or the value of the result variable, if there is one; that is functional,
+  /// too.
+  Test holds = nullptr;
+  Value value = nullptr;
 };
 
 /// A sequence is given by its seed and the number of rows that existed, from the front of the table, when it was found:

@@ -138,6 +138,47 @@ static void tame(const Vars& x, Values& c)
       c[i] = 0;
 }
 
+static SequenceRow reifiedPair(const char* name, CSint* (*post)(CSint*, CSint*), Rule whenTrue, Rule whenFalse)
+{
+  return {.name = name,
+      .weight = 2,
+      .functional = true,
+      .post = [=](Vars& x, Values&) { return post(x[0], x[1]); },
+      .strong = naive::reified(std::move(whenTrue), std::move(whenFalse))};
+}
+
+static SequenceRow reifiedValue(const char* name, CSint* (*post)(CSint*, int), bool (*fits)(int, const Values&),
+    bool (*isOutside)(int, const Values&))
+{
+  return {.name = name,
+      .weight = 2,
+      .count = {1, 1},
+      .functional = true,
+      .parameters = [](Random& random) { return Values{random.pick(-4, 9)}; },
+      .post = [=](Vars& x, Values& p) { return post(x[0], p[0]); },
+      .strong = naive::reified(keeping(fits), keeping(isOutside))};
+}
+
+static bool isBelow(int x, const Values& p) { return x < p[0]; }
+static bool isAtMost(int x, const Values& p) { return x <= p[0]; }
+static bool isAbove(int x, const Values& p) { return x > p[0]; }
+static bool isAtLeast(int x, const Values& p) { return x >= p[0]; }
+static bool isEqual(int x, const Values& p) { return x == p[0]; }
+static bool isUnequal(int x, const Values& p) { return x != p[0]; }
+
+static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSint*, int, int), Rule rule)
+{
+  return {.name = name,
+      .weight = 4,
+      .distinct = distinct,
+      .parameters =
+          [](Random& random) {
+            return Values{random.pick(-2, 6), random.pick(-2, 6)};
+          },
+      .post = [=](Vars& x, Values& p) { return post(x[0], x[1], p[0], p[1]); },
+      .strong = std::move(rule)};
+}
+
 static const std::vector<SequenceRow> rows = {
     unary("cs_EQ", cs_EQ, [](int x, const Values& p) { return x == p[0]; }),
     unary("cs_NEQ", cs_NEQ, [](int x, const Values& p) { return x != p[0]; }),
@@ -233,6 +274,31 @@ static const std::vector<SequenceRow> rows = {
               return cs_VScalProd(2, x[0], x[1], p[0], p[1]);
             },
         .strong = naive::linear},
+    {.name = "cs_Mul",
+        .weight = 4,
+        .post = [](Vars& x, Values&) { return cs_Mul(x[0], x[1]); },
+        .value = [](auto& x, auto&) { return int64_t(x[0]) * x[1]; }},
+    {.name = "cs_Abs",
+        .weight = 4,
+        .count = {1, 1},
+        .post = [](Vars& x, Values&) { return cs_Abs(x[0]); },
+        .value = [](auto& x, auto&) { return std::abs(int64_t(x[0])); }},
+    // cs_Min and cs_Max aren't here: where steps of a bound merge they may let a wrong assignment stand, which is
+    // known.
+    reifiedPair("cs_ReifLt", cs_ReifLt, naive::lt, swapped(naive::le)),
+    reifiedPair("cs_ReifLe", cs_ReifLe, naive::le, swapped(naive::lt)),
+    reifiedPair("cs_ReifGt", cs_ReifGt, swapped(naive::lt), naive::le),
+    reifiedPair("cs_ReifGe", cs_ReifGe, swapped(naive::le), naive::lt),
+    reifiedPair("cs_ReifEq", cs_ReifEq, naive::eq, naive::neq),
+    reifiedPair("cs_ReifNeq", cs_ReifNeq, naive::neq, naive::eq),
+    reifiedValue("cs_ReifLT", cs_ReifLT, isBelow, isAtLeast),
+    reifiedValue("cs_ReifLE", cs_ReifLE, isAtMost, isAbove),
+    reifiedValue("cs_ReifGT", cs_ReifGT, isAbove, isAtMost),
+    reifiedValue("cs_ReifGE", cs_ReifGE, isAtLeast, isBelow),
+    reifiedValue("cs_ReifEQ", cs_ReifEQ, isEqual, isUnequal),
+    reifiedValue("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
+    tie("cs_IfEq", true, cs_IfEq, naive::ifEq),
+    tie("cs_IfNeq", false, cs_IfNeq, naive::ifNeq),
 };
 
 // Sequences that once failed.

@@ -28,8 +28,6 @@
 #include "random.h"
 #include "solver.h"
 
-#include <optional>
-
 namespace kit {
 
 struct Range
@@ -109,7 +107,7 @@ struct Row
   /// in `results`; or the value of the one result variable, if there is one.
   Test holds = nullptr;
   std::vector<Range> results = {};
-  std::function<std::optional<int64_t>(const Values& x, const Values& p)> value = nullptr;
+  Value value = nullptr;
 
   Strength strength = Strength::none;
   Rule exact = nullptr; ///< the domains must be exactly those that this rule leaves: too strong is a fault too

@@ -140,16 +140,20 @@ TEST(BruteForce, MeasuresStrength)
   EXPECT_TRUE(says(faultOf(eq), "has no support"));
 }
 
-// A functional constraint made of relations: the larger of two variables, kept up on instantiation and bounds.
-static Posted postMax(Trial& t, int offset)
+// A functional constraint: z is the larger of x and y, plus an offset. The lazy one waits until x and y are known, and
+// its result begins as the whole range of integers.
+static Posted postMax(Trial& t, int offset, bool lazy = false)
 {
-  CSint* z = cs_createCSint(-20, 20);
+  CSint* z = lazy ? cs_createCSint(INT_MIN, INT_MAX) : cs_createCSint(-20, 20);
   struct Max
   {
     CSint *x, *y, *z;
     int offset;
+    bool lazy;
     int narrow()
     {
+      if (lazy && x->_nbElements + y->_nbElements > 2)
+        return 1;
       return rcsSetMin(z, std::max(x->_min, y->_min) + offset) && rcsSetMax(z, std::max(x->_max, y->_max) + offset) &&
              rcsSetMax(x, z->_max - offset) && rcsSetMax(y, z->_max - offset) &&
              (x->_max >= z->_min - offset || rcsSetMin(y, z->_min - offset)) &&
@@ -162,7 +166,7 @@ static Posted postMax(Trial& t, int offset)
   };
   static const Handler handlers[6] = {Max::wake, Max::wake, Max::wake, Max::wake, Max::wake, Max::wake};
   auto* max = static_cast<Max*>(malloc(sizeof(Max)));
-  *max = {t.x[0], t.x[1], z, offset};
+  *max = {t.x[0], t.x[1], z, offset, lazy};
   Constraint* constraint = rcsCreateConstraint(rcsCreateConstraintInfo("max", nullptr), max, handlers);
   for (CSint* v : {z, t.x[0], t.x[1]})
     _rcsAddConstraint(constraint, v, -1);
@@ -183,6 +187,11 @@ TEST(BruteForce, FollowsResultVariables)
   byTest.results = {{-20, 20}};
   byTest.holds = [](auto& v, auto&) { return v[2] == std::max(v[0], v[1]); };
   EXPECT_EQ(faultOf(byTest), "");
+
+  Row wide = byValue;
+  wide.strength = Strength::none;
+  wide.post = [](Trial& t) { return postMax(t, 0, true); };
+  EXPECT_EQ(faultOf(wide), "");
 
   Row wrong = byValue;
   wrong.post = [](Trial& t) { return postMax(t, 1); };

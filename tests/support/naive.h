@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -23,6 +24,9 @@ using Rule = std::function<bool(const Sets& x, const std::vector<int>& p)>;
 
 /// Is the tuple a solution?
 using Test = std::function<bool(const std::vector<int>& x, const std::vector<int>& p)>;
+
+/// What the result is for these arguments, if there is a solution with them.
+using Value = std::function<std::optional<int64_t>(const std::vector<int>& x, const std::vector<int>& p)>;
 
 namespace naive {
 
@@ -76,7 +80,8 @@ inline bool forwardDifferent(const Sets& x, const std::vector<int>&)
   return true;
 }
 
-/// c0 x0 + ... = z, the last variable, by bounds; a coefficient that `c` doesn't have is 1. Each place counts by itself.
+/// c0 x0 + ... = z, the last variable, by bounds; a coefficient that `c` doesn't have is 1. Each place counts by
+/// itself.
 inline bool linear(const Sets& x, const std::vector<int>& c)
 {
   auto coefficient = [&](size_t i) { return i + 1 == x.size() ? -1 : i < c.size() ? c[i] : 1; };
@@ -133,6 +138,42 @@ inline Rule strongest(Test holds)
   };
 }
 
+/// The same for a result that is a function of the arguments and stands behind them.
+inline Rule strongest(Value value)
+{
+  return [value](const Sets& x, const std::vector<int>& p) {
+    Sets arguments(x.begin(), x.end() - 1);
+    std::vector<Set> kept(x.size());
+    eachTuple(arguments, [&](const std::vector<int>& tuple) {
+      auto result = value(tuple, p);
+      if (!result || *result != int(*result) || !x.back()->count(int(*result)))
+        return;
+      for (size_t i = 0; i < tuple.size(); i++)
+        kept[i].insert(tuple[i]);
+      kept.back().insert(int(*result));
+    });
+    for (size_t i = 0; i < x.size(); i++)
+      *x[i] = kept[i];
+    return !kept.back().empty();
+  };
+}
+
+/// The least that may be asked of it: the result is fixed when the arguments are.
+inline Rule weakest(Value value)
+{
+  return [value](const Sets& x, const std::vector<int>& p) {
+    std::vector<int> tuple;
+    for (size_t i = 0; i + 1 < x.size(); i++) {
+      if (!fixed(x[i]))
+        return true;
+      tuple.push_back(low(x[i]));
+    }
+    auto result = value(tuple, p);
+    std::erase_if(*x.back(), [&](int each) { return !result || each != *result; });
+    return !x.back()->empty();
+  };
+}
+
 /// The weakest rule: looks only when everything is instantiated.
 inline Rule weakest(Test holds)
 {
@@ -145,6 +186,42 @@ inline Rule weakest(Test holds)
     }
     return holds(tuple, p);
   };
+}
+
+/// The rule of a reified constraint, whose boolean stands last. Once that is fixed the rule of its side holds; until
+/// then it loses a side whose rule finds no solution.
+inline Rule reified(Rule whenTrue, Rule whenFalse)
+{
+  return [=](const Sets& x, const std::vector<int>& p) {
+    Set* b = x.back();
+    Sets compared(x.begin(), x.end() - 1);
+    if (fixed(b))
+      return (low(b) ? whenTrue : whenFalse)(compared, p);
+    for (bool side : {false, true}) {
+      std::vector<Set> copies;
+      for (const Set* s : compared)
+        copies.push_back(*s);
+      Sets tried;
+      for (Set& s : copies)
+        tried.push_back(&s);
+      if (!(side ? whenTrue : whenFalse)(tried, p))
+        b->erase(side);
+    }
+    return !b->empty();
+  };
+}
+
+/// x0 = p0 if and only if x1 = p1, as far as instantiation shows it.
+inline bool ifEq(const Sets& x, const std::vector<int>& p)
+{
+  return (*x[0] != Set{p[0]} || (atLeast(x[1], p[1]) && atMost(x[1], p[1]))) &&
+         (*x[1] != Set{p[1]} || (atLeast(x[0], p[0]) && atMost(x[0], p[0])));
+}
+
+/// Not both x0 = p0 and x1 = p1.
+inline bool ifNeq(const Sets& x, const std::vector<int>& p)
+{
+  return (*x[0] != Set{p[0]} || remove(x[1], p[1])) && (*x[1] != Set{p[1]} || remove(x[0], p[0]));
 }
 
 } // namespace naive
