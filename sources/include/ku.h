@@ -33,7 +33,8 @@
  *
  *   One solver. There is one solver in a process, without a handle, and it serves one thread. Between cs_init and
  *   cs_end variables, constraints, contexts and searches may follow each other in any order. Before cs_init and after
- *   cs_end only cs_init, cs_end, cs_getVersion, cs_getErr, cs_setErr, cs_initErr, cs_setErrHandler and cs_freeDomain
+ *   cs_end only cs_init, cs_end, cs_getVersion, cs_getErr, cs_setErr, cs_initErr, cs_setErrHandler, cs_freeDomain, the
+ *   counters of the last search, and the writing of the report of a deleted profiler
  *   may be called.
  *
  *   Values are 32-bit signed. Where a bound can leave that range, the function says whether it saturates or wraps.
@@ -601,8 +602,8 @@ CS_API int cs_IfNeq(CSint* x, CSint* y, int xValue, int yValue);
  *     cs_restoreContextUntil(label);
  *
  * The depth of the recursion is the number of decisions on a branch, one of them for each variable that isn't fixed by
- * propagation; each takes well under 200 bytes of stack. A driver allocates nothing. One search runs at a time; one
- * entered from a callback clears the counters and the cancel flag of the outer one.
+ * propagation; each takes well under 200 bytes of stack. A driver allocates nothing, but for the array of cs_Vsearch.
+ * One search runs at a time; one entered from a callback clears the counters and the cancel flag of the outer one.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
@@ -622,8 +623,9 @@ CS_API int cs_search(CSint** variables, int n, CSfindFreeVar findFreeVar);
 CS_API int cs_searchFail(CSint** variables, int n, CSfindFreeVar findFreeVar, int fails);
 
 /*
- * As cs_search, with the n variables as arguments and the selector after them. n below 1 counts as 1. The array that
- * the selector is given lives only during the call. 0 also when out of memory.
+ * As cs_search, with the n variables as arguments and the selector after them. With n below 1 one variable is read all
+ * the same, and the selectors of the library, which are given n as it is, see no free one: the result is 1. The array
+ * that the selector is given lives only during the call. 0 also when out of memory.
  */
 CS_API int cs_Vsearch(int n, CSint* first, ...);
 
@@ -644,7 +646,11 @@ CS_API int cs_getNbChoicePoints(void);
 CS_API void cs_printStats(void);
 CS_API void cs_fprintStats(FILE* stream);
 
-/* The selectors. All return null when n < 1 or no variable is free, and take the first of equal candidates. */
+/*
+ * The selectors. All return null when n < 1 or no variable is free, and take the first of equal candidates. Those that
+ * count rely on the count: a variable of 2147483647 values is never taken for the fewest, and one whose count has
+ * wrapped, as that of a range of 2^31 values and more, isn't seen as free.
+ */
 CS_API CSint* cs_findFreeVar(CSint** variables, int n);              /* the first free variable */
 CS_API CSint* cs_findFreeVarNbElements(CSint** variables, int n);    /* the fewest values */
 CS_API CSint* cs_findFreeVarNbElementsMin(CSint** variables, int n); /* the fewest values, then the smallest minimum */
@@ -682,7 +688,8 @@ CS_API void cs_disableProfiler(Profiler* profiler);
 
 /*
  * Takes the profiler out of the solver's lists, so that it counts no more. Disable it first: the deletion of an enabled
- * one leaves profiling switched on. The record stays readable and its memory stays taken, also after cs_end.
+ * one leaves profiling switched on, and it must not be enabled again. The record stays readable and its memory stays
+ * taken, also after cs_end.
  */
 CS_API void cs_deleteProfiler(Profiler* profiler);
 

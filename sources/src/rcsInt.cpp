@@ -114,7 +114,8 @@ const char* cs_setName(CSint* variable, const char* name)
       return nullptr;
     }
   }
-  memcpy(variable->_name, name, size);
+  // The new name may be a part of the old one.
+  memmove(variable->_name, name, size);
   return variable->_name;
 }
 

@@ -146,22 +146,28 @@ static const Handler PmaxTint[6] = {
 // Posting
 // =====================================================================================================================
 
+/// Moves a copy of the array into the room behind the record.
+static void takeArray(Constraint* constraint)
+{
+  auto* m = static_cast<MinMaxData*>(constraint->_data);
+  auto* vars = reinterpret_cast<CSint**>(m + 1);
+  memcpy(vars, m->_vars, size_t(m->_size) * sizeof(CSint*));
+  m->_vars = vars;
+}
+
 static CSint* postMinMax(
     ConstraintInfo* info, const MinMaxData& data, ArrayOf owner, const Handler* vint, const Handler* tint)
 {
   size_t copied = owner == ArrayOf::trail ? size_t(data._size) * sizeof(CSint*) : 0;
   Constraint* onResult = newConstraint(info, vint, data, copied);
-  if (!onResult)
-    return nullptr;
-  // Both read the copy that lies in the record on the result: that one is attached first, so it goes last.
-  auto* kept = static_cast<MinMaxData*>(onResult->_data);
-  if (owner == ArrayOf::trail) {
-    kept->_vars = reinterpret_cast<CSint**>(kept + 1);
-    memcpy(kept->_vars, data._vars, copied);
-  }
-  Constraint* onOperands = newCompanion(onResult, data._result, info, tint, *kept);
+  Constraint* onOperands = newCompanion(onResult, data._result, info, tint, data, copied);
   if (!onOperands)
     return nullptr;
+  // A copy for each: where contexts are accepted inside others, either of the two may be the one that is left.
+  if (owner == ArrayOf::trail) {
+    takeArray(onResult);
+    takeArray(onOperands);
+  }
   for (int32_t i = 0; i < data._size; i++)
     if (!_rcsAddConstraint(onOperands, data._vars[i], -1))
       return nullptr;

@@ -61,12 +61,12 @@ Constraint* newConstraint(ConstraintInfo* info, const Handler* handlers, const D
 /// For two constraints under one info: makes the second and then attaches the first, if there is one, to its variable.
 /// Null when memory runs out on the way; what hasn't been attached by then is gone.
 template <typename Data>
-Constraint* newCompanion(
-    Constraint* first, CSint* variable, ConstraintInfo* info, const Handler* handlers, const Data& data)
+Constraint* newCompanion(Constraint* first, CSint* variable, ConstraintInfo* info, const Handler* handlers,
+    const Data& data, size_t tail = 0)
 {
   if (!first)
     return nullptr;
-  Constraint* second = newConstraint(info, handlers, data);
+  Constraint* second = newConstraint(info, handlers, data, tail);
   if (!second) {
     freeConstraint(first);
     return nullptr;

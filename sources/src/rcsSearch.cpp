@@ -2,8 +2,8 @@
  * The search drivers and their selectors.
  *
  * A driver is a recursion with one level for each decision. It changes domains only through the unary constraints and
- * the contexts, keeps nothing but what its frames hold, and allocates nothing. What is the same at all levels stands in
- * one record of the outermost call, so that a frame stays small.
+ * the contexts, keeps nothing but what its frames hold, and allocates nothing but the array of cs_Vsearch. What is the
+ * same at all levels stands in one record of the outermost call, so that a frame stays small.
  */
 #include "rcsBound.h"
 

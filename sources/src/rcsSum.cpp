@@ -339,16 +339,16 @@ template <typename Data>
 static CSint* postSum(ConstraintInfo* info, const Data& sum, ArrayOf owner, const Handler* vint, const Handler* tint)
 {
   bool copies = owner == ArrayOf::trail && sum._size > 0;
-  Constraint* onResult = newConstraint(info, vint, sum, copies ? sizeOfArrays(sum) : 0);
-  if (!onResult)
-    return nullptr;
-  // Both read the copy that lies in the record on the result: that one is attached first, so it goes last.
-  auto* kept = static_cast<Data*>(onResult->_data);
-  if (copies)
-    takeArrays(kept);
-  Constraint* onOperands = newCompanion(onResult, sum._result, info, tint, *kept);
+  size_t room = copies ? sizeOfArrays(sum) : 0;
+  Constraint* onResult = newConstraint(info, vint, sum, room);
+  Constraint* onOperands = newCompanion(onResult, sum._result, info, tint, sum, room);
   if (!onOperands)
     return nullptr;
+  // A copy for each: where contexts are accepted inside others, either of the two may be the one that is left.
+  if (copies) {
+    takeArrays(static_cast<Data*>(onResult->_data));
+    takeArrays(static_cast<Data*>(onOperands->_data));
+  }
   for (int32_t i = 0; i < sum._size; i++)
     if (!_rcsAddConstraint(onOperands, sum._vars[i], i))
       return nullptr;

@@ -172,6 +172,20 @@ TEST_F(MinMax, VariadicFormsOutliveTheirArray)
   EXPECT_EQ(textOf(cs_VMin(1, x)), "{4, 5}");
 }
 
+TEST_F(MinMax, EachConstraintOfAVariadicFormHasItsOwnCopy)
+{
+  // An attachment that was accepted inside goes in place of the one on x, and the result's constraint dies before it.
+  CSint *x = makeVar("{1..5}"), *y = makeVar("{1..9}");
+  cs_saveContext();
+  EXPECT_NE(cs_VMin(2, x, y), nullptr);
+  cs_saveContext();
+  EXPECT_TRUE(cs_Le(x, makeVar("{0..9}")));
+  cs_acceptContext();
+  cs_restoreContext();
+  EXPECT_TRUE(cs_GE(x, 3));
+  EXPECT_EQ(textOf(y), "{1..9}");
+}
+
 TEST_F(MinMax, TheArrayIsTheCallers)
 {
   Vars v = make({"{1..5}", "{3..9}"});
