@@ -60,6 +60,27 @@ static void post(int times)
   measured(step, times);
 }
 
+/// Raises the minimum of one of a thousand operands of a sum, whose result follows them or is bounded above: then the
+/// operands are gone over a second time. A handler runs for the operand and one for the result.
+static void sum(bool withCoefficients, bool bounded, int times)
+{
+  constexpr int size = 1000;
+  static CSint** operands;
+  static int coefficients[size];
+  operands = cs_createCSintArray(size, 0, 1000);
+  for (int i = 0; i < size; i++)
+    coefficients[i] = (i % 2 ? -1 : 1) * (1 + i % 7);
+  x = withCoefficients ? cs_ScalProd(operands, coefficients, size) : cs_Sigma(operands, size);
+  if (bounded)
+    cs_LE(x, cs_getMax(x) / 2);
+  auto step = [](int i) {
+    cs_saveContext();
+    rcsSetMin(operands[2 * i % size], 5);
+    cs_restoreContext();
+  };
+  measured(step, times);
+}
+
 /// Raises the minimum of x, with a reified comparison or equality of x and y. A truth of -1 leaves it open.
 static void reified(CSint* (*post)(CSint*, CSint*), int truth, int times)
 {
@@ -96,6 +117,10 @@ static const Operation operations[] = {
     {"remove-1", remove},
     {"save-fix-restore-1", context},
     {"post-neq", post},
+    {"sigma-1000", [](int times) { sum(false, false, times); }},
+    {"sigma-1000-bounded", [](int times) { sum(false, true, times); }},
+    {"scalprod-1000", [](int times) { sum(true, false, times); }},
+    {"scalprod-1000-bounded", [](int times) { sum(true, true, times); }},
     {"reif-lt-open", [](int times) { reified(cs_ReifLt, -1, times); }},
     {"reif-lt-true", [](int times) { reified(cs_ReifLt, 1, times); }},
     {"reif-eq-open", [](int times) { reified(cs_ReifEq, -1, times); }},

@@ -4,6 +4,7 @@
 #include "idle.h"
 
 #include <benchmark/benchmark.h>
+#include <iterator>
 
 /// Starts the solver for a benchmark and ends it.
 struct Solver
@@ -154,5 +155,54 @@ static void leapOverHoles(benchmark::State& state)
   rcsDeleteDomain(set);
 }
 BENCHMARK(leapOverHoles)->Arg(64)->Arg(1000)->Arg(100000);
+
+/// An event of each family: a step of one variable with the constraint on it, and back. The posting routines make
+/// theirs on x in 1..100 and y in 1..100.
+struct Family
+{
+  const char* name;
+  void (*post)(CSint* x, CSint* y);
+};
+
+static CSint* operands[100];
+
+static const Family families[] = {
+    {"lt", [](CSint* x, CSint* y) { cs_Lt(x, y); }},
+    {"eq", [](CSint* x, CSint* y) { cs_Eq(x, y); }},
+    {"reifLt", [](CSint* x, CSint* y) { cs_ReifLt(x, y); }},
+    {"reifEq", [](CSint* x, CSint* y) { cs_ReifEq(x, y); }},
+    {"reifGE", [](CSint* x, CSint*) { cs_ReifGE(x, 50); }},
+    {"add", [](CSint* x, CSint* y) { cs_Add(x, y); }},
+    {"mul", [](CSint* x, CSint* y) { cs_Mul(x, y); }},
+    {"abs", [](CSint* x, CSint*) { cs_Abs(x); }},
+    {"min of 100", [](CSint*, CSint*) { cs_Min(operands, 100); }},
+    {"sigma of 100", [](CSint*, CSint*) { cs_Sigma(operands, 100); }},
+    {"element of 101",
+        [](CSint* x, CSint*) {
+          static int table[101];
+          for (int i = 0; i <= 100; i++)
+            table[i] = i * 7 % 101;
+          cs_Element(x, table, 101);
+        }},
+    {"ifEq", [](CSint* x, CSint* y) { cs_IfEq(x, y, 3, 4); }},
+};
+
+static void familyEvent(benchmark::State& state)
+{
+  const Family& family = families[state.range(0)];
+  state.SetLabel(family.name);
+  Solver solver;
+  for (CSint*& operand : operands)
+    operand = cs_createCSint(1, 100);
+  family.post(operands[0], operands[1]);
+  for (auto _ : state) {
+    cs_saveContext();
+    benchmark::DoNotOptimize(cs_GE(operands[0], 5));
+    benchmark::DoNotOptimize(cs_LE(operands[0], 95));
+    cs_restoreContext();
+  }
+  state.SetItemsProcessed(state.iterations() * 2);
+}
+BENCHMARK(familyEvent)->DenseRange(0, int(std::size(families)) - 1);
 
 BENCHMARK_MAIN();

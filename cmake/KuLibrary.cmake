@@ -24,7 +24,8 @@ function(ku_add_library target kind)
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_compile_features(${target} PRIVATE cxx_std_20)
   target_compile_options(${target} PRIVATE
-    -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-semantic-interposition -fasynchronous-unwind-tables)
+    -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-semantic-interposition $<$<CXX_COMPILER_ID:GNU>:-fno-partial-inlining>
+    -fasynchronous-unwind-tables)
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ku
     VERSION ${PROJECT_VERSION}

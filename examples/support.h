@@ -2,6 +2,7 @@
  * support.h: what the example programs share, so that each of them can be about its problem.
  *
  *   Arguments     the command line: flags, options with a value, files
+ *   startSolver   cs_init, Ctrl-C and a time limit
  *   runSearch     runs a search driver that obeys Ctrl-C and a time limit, counts, and shows progress on a terminal
  *   obedient      makes a variable selector of the library one that runSearch can watch through
  *   Where         the place in an input file that a message is about
@@ -69,8 +70,12 @@ public:
   int number(std::string_view name, int otherwise, int low, int high)
   {
     std::string text;
-    if (!take(name, text))
-      return otherwise;
+    return take(name, text) ? toNumber(name, text, low, high) : otherwise;
+  }
+
+  // The number that a word stands for.
+  int toNumber(std::string_view name, const std::string& text, int low, int high) const
+  {
     int value = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
@@ -221,6 +226,11 @@ inline void catchInterrupts()
   sigaction(SIGTERM, &action, nullptr);
 }
 
+inline std::string stoppedText(const Outcome& outcome)
+{
+  return std::string("stopped (") + stopText(outcome.stop) + ')';
+}
+
 inline int worse(int status, Stop stop)
 {
   if (caughtSignal)
@@ -270,6 +280,16 @@ inline void showProgress(Clock::time_point now)
   std::fprintf(stderr, "\r%s: %s\033[K", watch.title.c_str(), watch.outcome.cost().c_str());
 }
 
+// Starts the solver, and has it obey Ctrl-C and the time limit from now on.
+inline void startSolver(const char* program, double seconds)
+{
+  cs_init();
+  if (cs_getErr())
+    outOfMemory(program);
+  catchInterrupts();
+  setTimeLimit(seconds);
+}
+
 // Called at every level of a search. The request to stop goes to the driver here and not in the signal handler: a
 // driver clears requests on entry, and so one that a handler made just before would be lost.
 inline void lookAround()
@@ -303,6 +323,8 @@ Outcome runSearch(std::string title, Driver driver)
   watch.nextReport = watch.start + std::chrono::milliseconds(200);
   watch.seenChoicePoints = watch.seenFails = 0;
   watch.outcome = {};
+  // A driver that isn't entered, as no solution is left before, would leave the counters of the last one.
+  cs_search(nullptr, 0, cs_findFreeVar);
   watch.outcome.found = driver() != 0;
   followCounters();
   watch.outcome.seconds = secondsSince(watch.start);

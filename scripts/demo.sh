@@ -28,3 +28,10 @@ show 0 "The map of the United States" ku-colour --show usa.col
 show 0 "Graphs whose number of colours is known" ku-colour petersen.col myciel3.col myciel4.col myciel5.col \
   queen5_5.col queen6_6.col queen7_7.col
 show 3 "A graph that is too hard, for two seconds" ku-colour --time 2 queen10_10.col
+show 0 "Sums of words" ku-cryptarithm SEND+MORE=MONEY DONALD+GERALD=ROBERT
+show 0 "Queens" ku-queens 12
+show 0 "A magic square" ku-magic 4
+show 0 "An all-interval series" ku-interval 12
+show 0 "A Golomb ruler" ku-golomb 8 34
+show 0 "A knapsack" ku-knapsack p01.knapsack
+show 0 "A timetable with wishes" ku-timetable school.timetable

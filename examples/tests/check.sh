@@ -3,8 +3,8 @@
 #
 # Runs the program and compares its exit status and what it writes to standard output (OUT) and to the error stream
 # (ERR). An expectation is an extended regular expression that some line has to match, or @FILE, which has to be equal
-# to the whole, or empty: nothing may be written. With -i the program gets SIGINT as soon as a line of its output matches
-# READY.
+# to the whole, or empty: nothing may be written. With -i the program gets SIGINT a moment after a line of its output
+# matches READY, when the work behind that line has begun.
 
 ready=
 if [ "$1" = -i ]; then
@@ -24,6 +24,7 @@ if [ -n "$ready" ]; then
     kill -0 $pid 2>/dev/null || break
     sleep 0.05
   done
+  sleep 0.5
   kill -INT $pid
   wait $pid
 else

@@ -242,14 +242,19 @@ CS_API void cs_fprintf(FILE* stream, const char* format, ...);
  * Contexts
  *
  * A context is a mark on the trail. Restoring it brings back every domain, every attachment and the client's own data
- * as they were at the mark; accepting it keeps the changes for good, also for the enclosing contexts; forgetting it
+ * as they were at the mark; accepting it drops the records and keeps the changes for good; forgetting it
  * hands the changes to the enclosing context. Contexts are a stack and have labels: the outermost is 1. What is done
  * while no context exists is never undone.
  *
  *              changes                     functions of cs_backtrack     arrays of cs_createCSintArray
  *     restore  undone                      run, newest first             freed
- *     accept   stand, whatever comes       never run                     freed
+ *     accept   stand, see below            never run                     freed
  *     forget   belong to the outer one     wait for the outer one        live on
+ *
+ * What is accepted can't be undone any more, but an enclosing context still undoes its own records. If it had changed
+ * the same variable before, its restore puts that variable's older bounds and count back over the accepted ones; if it
+ * had attached a constraint to it, the newest attachment goes in place of that one. So accept only what touches other
+ * variables than the enclosing context does; where both touch one, forget instead.
  *
  * Saves and pops must be balanced. A restore, accept or forget with no context on the stack, or an Until form with a
  * label below 1, is a fault of the caller that the solver doesn't survive.
@@ -377,9 +382,9 @@ CS_API CSint* cs_ReifGE(CSint* x, int c);    /* x >= c */
  * consistent too. Null when out of memory.
  *
  * Cost: without holes in x or y a few comparisons for each of their events. With holes in either, each event of the two
- * variables walks over the overlap of their domains, 64 values at a time: as long as the boolean is open only up to the
- * first common value, later from end to end. Against a constant an event costs a few comparisons at most. As a removal
- * does everywhere, the first inner hole of a variable makes its bit-set.
+ * variables walks over the overlap of their domains, 64 values at a time: while the boolean is open up to the first
+ * common value, and while it stands for equality from end to end. Against a constant an event costs a few comparisons
+ * at most. As a removal does everywhere, the first inner hole of a variable makes its bit-set.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
@@ -413,10 +418,11 @@ CS_API CSint* cs_ReifNEQ(CSint* x, int c); /* x != c: the same with 0 and 1 exch
  * When the result's bounds fall together nothing is posted and nothing attached. Bounds saturate at the ends of the
  * 32-bit range and no error is raised: 2147483646..2147483647 plus 5 is the constant 2147483647, and x stays free. With
  * one exception: when the minimum of an addend rises (in cs_Sub these are y and the result), the maximum of the other
- * one is worked with a difference that wraps. Where max(z) - min(x) leaves the range solutions can be lost; keep the
- * bounds within half of it.
+ * one is worked with a difference that wraps. Where max(z) - min(x) leaves the range solutions can be lost. And a hole
+ * whose image is exactly -2147483648 or 2147483647 is taken out of a new result that has its saturated bound there:
+ * keep the bounds within half the range.
  *
- * Cost: constant for a bound; the size of the domain for the holes of a new result.
+ * Cost: constant for a bound; the width of the domain for the holes of a new result.
  */
 CS_API CSint* cs_Add(CSint* x, CSint* y);
 CS_API CSint* cs_Sub(CSint* x, CSint* y);
@@ -464,7 +470,7 @@ CS_API CSint* cs_Sigma(CSint** variables, int n);
 CS_API CSint* cs_ScalProd(CSint** variables, const int* coefficients, int n);
 
 /*
- * The same with n variables as arguments and n int coefficients after them; with n = 0 a constant 0. The constraint
+ * The same with n variables as arguments and n int coefficients after them; with n < 1 a constant 0. The constraint
  * keeps copies. cs_VScalProd(2, x, y, 3, -1) is 3x - y.
  */
 CS_API CSint* cs_VScalProd(int n, CSint* first, ...);

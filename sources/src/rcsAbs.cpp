@@ -177,18 +177,8 @@ static bool copyImage(CSint* z, const CSint* x, int32_t a, int32_t b)
 static CSint* postAbs(ConstraintInfo* info, CSint* x, CSint* z)
 {
   Constraint* onX = newConstraint(info, PabsVint, AbsData{._target = z});
-  if (!onX)
-    return nullptr;
-  Constraint* onZ = newConstraint(info, PabsAbs, AbsData{._target = x});
-  if (!onZ) {
-    freeConstraint(onX);
-    return nullptr;
-  }
-  if (!_rcsAddConstraint(onX, x, -1)) {
-    freeConstraint(onZ);
-    return nullptr;
-  }
-  return _rcsAddConstraint(onZ, z, -1) ? z : nullptr;
+  Constraint* onZ = newCompanion(onX, x, info, PabsAbs, AbsData{._target = x});
+  return onZ && _rcsAddConstraint(onZ, z, -1) ? z : nullptr;
 }
 
 CSint* cs_Abs(CSint* x)

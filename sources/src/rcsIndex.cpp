@@ -110,16 +110,9 @@ static void givePositions(CSint* index, const Positions& found)
 static CSint* postIndex(ConstraintInfo* info, const IndexData& data)
 {
   Constraint* onIndex = newConstraint(info, PindexVint, data);
-  Constraint* onVars = onIndex ? newConstraint(info, PindexTint, data) : nullptr;
-  if (!onVars) {
-    if (onIndex)
-      freeConstraint(onIndex);
+  Constraint* onVars = newCompanion(onIndex, data._indexVar, info, PindexTint, data);
+  if (!onVars)
     return nullptr;
-  }
-  if (!_rcsAddConstraint(onIndex, data._indexVar, -1)) {
-    freeConstraint(onVars);
-    return nullptr;
-  }
   for (int32_t p = 0; p < data._nbVars; p++)
     if (!_rcsAddConstraint(onVars, data._vars[p], p))
       return nullptr;

@@ -159,15 +159,9 @@ static CSint* postMinMax(
     kept->_vars = reinterpret_cast<CSint**>(kept + 1);
     memcpy(kept->_vars, data._vars, copied);
   }
-  Constraint* onOperands = newConstraint(info, tint, *kept);
-  if (!onOperands) {
-    freeConstraint(onResult);
+  Constraint* onOperands = newCompanion(onResult, data._result, info, tint, *kept);
+  if (!onOperands)
     return nullptr;
-  }
-  if (!_rcsAddConstraint(onResult, data._result, -1)) {
-    freeConstraint(onOperands);
-    return nullptr;
-  }
   for (int32_t i = 0; i < data._size; i++)
     if (!_rcsAddConstraint(onOperands, data._vars[i], -1))
       return nullptr;

@@ -58,6 +58,25 @@ Constraint* newConstraint(ConstraintInfo* info, const Handler* handlers, const D
   return constraint;
 }
 
+/// For two constraints under one info: makes the second and then attaches the first, if there is one, to its variable.
+/// Null when memory runs out on the way; what hasn't been attached by then is gone.
+template <typename Data>
+Constraint* newCompanion(
+    Constraint* first, CSint* variable, ConstraintInfo* info, const Handler* handlers, const Data& data)
+{
+  if (!first)
+    return nullptr;
+  Constraint* second = newConstraint(info, handlers, data);
+  if (!second) {
+    freeConstraint(first);
+    return nullptr;
+  }
+  if (_rcsAddConstraint(first, variable, -1))
+    return second;
+  freeConstraint(second);
+  return nullptr;
+}
+
 /// A new array, of one cell at least, that belongs to the trail; null when out of memory.
 template <typename T>
 T* newTrailArray(int32_t count)

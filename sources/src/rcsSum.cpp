@@ -65,8 +65,8 @@ static int pushResult(CSint* result, int64_t sum)
   return !Side::inside(sum, Side::of(result)) || Side::tighten(result, int32_t(sum));
 }
 
-/// Can the limit on the sum, which is the result's far bound, narrow an operand at all? Not where the sum doesn't reach
-/// it: so it is, for one, when the bound came from the sum itself.
+/// Can the limit on the sum, which is the result's far bound, narrow an operand at all? Not where no values of the
+/// operands go beyond it: as when that bound came from the sum itself, which is why z often wakes its own constraint.
 template <typename Side>
 static bool isBinding(int32_t limit, const Sums& sums)
 {
@@ -346,15 +346,9 @@ static CSint* postSum(ConstraintInfo* info, const Data& sum, ArrayOf owner, cons
   auto* kept = static_cast<Data*>(onResult->_data);
   if (copies)
     takeArrays(kept);
-  Constraint* onOperands = newConstraint(info, tint, *kept);
-  if (!onOperands) {
-    freeConstraint(onResult);
+  Constraint* onOperands = newCompanion(onResult, sum._result, info, tint, *kept);
+  if (!onOperands)
     return nullptr;
-  }
-  if (!_rcsAddConstraint(onResult, sum._result, -1)) {
-    freeConstraint(onOperands);
-    return nullptr;
-  }
   for (int32_t i = 0; i < sum._size; i++)
     if (!_rcsAddConstraint(onOperands, sum._vars[i], i))
       return nullptr;

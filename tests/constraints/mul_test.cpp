@@ -6,8 +6,6 @@
 
 using namespace kit;
 
-static const Group factor = {.values = {-4, 5}, .size = 5};
-
 static const auto rows = bruteForce("MulTable",
     {
         {.name = "Mul",

@@ -215,6 +215,52 @@ TEST_F(Sums, OrderOfTheSteps)
   EXPECT_EQ(log(cs_LE(x[2], 3)), "1 u NewMaxEq 5->3, x NewMin 0->3");
 }
 
+TEST_F(Sums, OrderOfTheStepsForValuesBetweenTheBounds)
+{
+  Vars x = make({"0..9", "0..2"});
+  Spy spy;
+  auto log = [&](int ok) {
+    std::string text = std::to_string(ok) + " " + spy.log();
+    spy.clear();
+    return text;
+  };
+  int one[] = {1, 1};
+  for (bool product : {false, true}) {
+    auto post = [&] { return product ? cs_ScalProd(x.data(), one, 2) : cs_Sigma(x.data(), 2); };
+    int label = cs_saveContext();
+    CSint* z = post();
+    spy.watch(x[0], "x").watch(x[1], "y").watch(z, "z");
+    EXPECT_EQ(log(cs_EQ(z, 5)), "1 z Eq 0..11->5, x NewMin 0->3, x NewMax 9->5");
+    cs_restoreContextUntil(label);
+    label = cs_saveContext();
+    z = post();
+    spy.watch(x[0], "x").watch(x[1], "y").watch(z, "z");
+    EXPECT_EQ(log(cs_EQ(x[0], 4)), "1 x Eq 0..9->4, z NewMin 0->4, z NewMax 11->6");
+    cs_restoreContextUntil(label);
+  }
+}
+
+TEST_F(Sums, TheRoomIsThatFromBeforeTheResultIsNarrowed)
+{
+  // The result's maximum lands behind a hole, far below the highest sum. That reaches the other operand only with the
+  // result's own event, after w; or in the second round that a value between the bounds gets at once.
+  Vars x = make({"0..9", "0..2"});
+  int one[] = {1, 1};
+  CSint *z = cs_ScalProd(x.data(), one, 2), *w = makeVar("0..11");
+  EXPECT_TRUE(cs_NotInInterval(z, 4, 10));
+  EXPECT_TRUE(cs_Ge(z, w));
+  EXPECT_TRUE(cs_GE(z, 1));
+  Spy spy;
+  spy.watch(x[0], "x").watch(x[1], "y").watch(z, "z").watch(w, "w");
+  cs_saveContext();
+  EXPECT_TRUE(cs_LE(x[1], 1));
+  EXPECT_EQ(spy.log(), "y NewMax 2->1, z NewMax 11->3, w NewMax 11->3, x NewMax 9->3");
+  cs_restoreContext();
+  spy.clear();
+  EXPECT_TRUE(cs_EQ(x[1], 1));
+  EXPECT_EQ(spy.log(), "y Eq 0..2->1, z NewMax 11->3, x NewMax 9->2, w NewMax 11->3");
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // The ends of 32 and of 64 bits
 // ---------------------------------------------------------------------------------------------------------------------
@@ -248,7 +294,40 @@ TEST_F(Sums, NoSumIn32Bits)
     EXPECT_FALSE(cs_LE(above, 2147483646));
     EXPECT_TRUE(cs_LE(below, 0));
     EXPECT_FALSE(cs_GE(below, -2147483647));
+    Vars v = make({"2000000000..2000000009", "2000000000"}), w = make({"-2000000009..-2000000000", "-2000000000"});
+    above = post(v), below = post(w);
+    // With coefficients each event of an operand looks at both sides.
+    EXPECT_EQ(cs_LE(v[0], 2000000008), !product);
+    EXPECT_FALSE(cs_GE(v[0], 2000000001));
+    EXPECT_EQ(cs_GE(w[0], -2000000008), !product);
+    EXPECT_FALSE(cs_LE(w[0], -2000000001));
   }
+}
+
+TEST_F(Sums, AnOperandIsSparedByItsOwnEvent)
+{
+  // The result saturates, and posting narrows nothing: so x can be told its bound from y only by an event of y.
+  int one[] = {1, 1};
+  for (bool product : {false, true}) {
+    Vars x = make({"0..2147483647", "5..10"});
+    CSint* z = product ? cs_ScalProd(x.data(), one, 2) : cs_Sigma(x.data(), 2);
+    EXPECT_TRUE(cs_GE(x[0], 1));
+    EXPECT_EQ(texts({z, x[0]}), "{6..2147483647} {1..2147483647}");
+    EXPECT_TRUE(cs_GE(x[1], 6));
+    EXPECT_EQ(texts({z, x[0]}), "{7..2147483647} {1..2147483641}");
+  }
+}
+
+TEST_F(Sums, BothEndsOfAnOperandAtOnce)
+{
+  Vars x = make({"-2147483648..10", "-10..-5"});
+  int one[] = {1, 1};
+  CSint* z = cs_ScalProd(x.data(), one, 2);
+  EXPECT_TRUE(cs_LE(z, -8));
+  EXPECT_EQ(textOf(x[0]), "{-2147483648..2}");
+  // The new maximum is counted from the old minimum.
+  EXPECT_TRUE(cs_GE(x[1], -7));
+  EXPECT_EQ(textOf(x[0]), "{-2147483643..-1}");
 }
 
 TEST_F(Sums, BeyondTheEndsOf64Bits)

@@ -214,6 +214,29 @@ static std::vector<FaultRow> sums()
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
+// Products, extremes, absolute values, positions
+// ---------------------------------------------------------------------------------------------------------------------
+
+static const int entries[] = {4, 1, 4, 9};
+
+static const auto functions = faults("FunctionFaults",
+    {
+        {.name = "Mul", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Mul(x[0], x[1]); }},
+        {.name = "Div", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Div(x[0], x[1]); }},
+        {.name = "VMul",
+            .domains = {"0..9", "1..3", "2..4"},
+            .run = [](Vars& x) { return cs_VMul(3, x[0], x[1], x[2]); }},
+        {.name = "Min", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Min(x.data(), 2); }},
+        {.name = "Max", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Max(x.data(), 2); }},
+        {.name = "MinOfNone", .run = [](Vars&) { return cs_Min(nullptr, 0); }},
+        {.name = "VMin", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_VMin(2, x[0], x[1]); }},
+        {.name = "VMax", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_VMax(2, x[0], x[1]); }},
+        {.name = "Abs", .domains = {"{-3, 1, 5}"}, .run = [](Vars& x) { return cs_Abs(x[0]); }},
+        {.name = "Element", .domains = {"0..9"}, .run = [](Vars& x) { return cs_Element(x[0], entries, 4); }},
+        {.name = "Index", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_Index(x.data(), 3, 4); }},
+    });
+
+// ---------------------------------------------------------------------------------------------------------------------
 // Reified constraints and conditionals
 // ---------------------------------------------------------------------------------------------------------------------
 

@@ -9,11 +9,11 @@
 using namespace kit;
 
 #if defined(__SANITIZE_ADDRESS__)
-static constexpr bool sanitized = true;
+[[maybe_unused]] static constexpr bool sanitized = true;
 #elif defined(__has_feature)
-static constexpr bool sanitized = __has_feature(address_sanitizer);
+[[maybe_unused]] static constexpr bool sanitized = __has_feature(address_sanitizer);
 #else
-static constexpr bool sanitized = false;
+[[maybe_unused]] static constexpr bool sanitized = false;
 #endif
 
 static const char* frames[3]; // the selector's frame at the first, the second and the last level
