@@ -383,9 +383,9 @@ CS_API CSint* cs_ReifGE(CSint* x, int c);    /* x >= c */
  * consistent too. Null when out of memory.
  *
  * Cost: without holes in x or y a few comparisons for each of their events. With holes in either, each event of the two
- * variables walks over the overlap of their domains, 64 values at a time: as long as the boolean is open only up to the
- * first common value, later from end to end. Against a constant no event costs more than two comparisons. As a removal
- * does everywhere, the first inner hole of a variable makes its bit-set.
+ * variables walks over the overlap of their domains, 64 values at a time: while the boolean is open up to the first
+ * common value, and while it stands for equality from end to end. Against a constant an event costs a few comparisons
+ * at most. As a removal does everywhere, the first inner hole of a variable makes its bit-set.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
