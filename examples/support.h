@@ -73,6 +73,12 @@ public:
     return take(name, text) ? toNumber(name, text, low, high) : otherwise;
   }
 
+  std::string text(std::string_view name, const std::string& otherwise)
+  {
+    std::string value;
+    return take(name, value) ? value : otherwise;
+  }
+
   // The number that a word stands for.
   int toNumber(std::string_view name, const std::string& text, int low, int high) const
   {
