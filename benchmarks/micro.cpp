@@ -251,6 +251,9 @@ static void postCumulative(benchmark::State& state)
     state.SkipWithError("no schedule left");
   state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(postCumulative)->ArgNames({"tasks", "wide"})->ArgsProduct({{10, 30, 60}, {0, 1}})->Unit(benchmark::kMicrosecond);
+BENCHMARK(postCumulative)
+    ->ArgNames({"tasks", "wide"})
+    ->ArgsProduct({{10, 30, 60}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

@@ -265,8 +265,7 @@ static bool makeRecords(Posting* p, const CumulativeData& data)
   if (!take(p->_data, sizeof(CumulativeData)))
     return false;
   *p->_data = data;
-  if (!take(p->_startRef, sizeof(CumulativeRef)) ||
-      !take(p->_order, sizeof(CumulativeOrder) + n * sizeof(int32_t)) ||
+  if (!take(p->_startRef, sizeof(CumulativeRef)) || !take(p->_order, sizeof(CumulativeOrder) + n * sizeof(int32_t)) ||
       !take(p->_resourceRef, sizeof(CumulativeRef)) || !take(p->_data->_windows, n * sizeof(CSint)))
     return false;
   p->_startRef->_owner = p->_order->_owner = p->_resourceRef->_owner = p->_data;
@@ -397,14 +396,12 @@ static int doDisjunctive(ConstraintInfo* info, CSint** startTimes, CSint** durat
 
 int cs_Cumulative(CSint** startTimes, CSint** durations, CSint** resources, int n, CSint* limit)
 {
-  return postAs("cs_Cumulative", [=](ConstraintInfo* info) {
-    return doCumulative(info, startTimes, durations, resources, n, limit);
-  });
+  return postAs("cs_Cumulative",
+      [=](ConstraintInfo* info) { return doCumulative(info, startTimes, durations, resources, n, limit); });
 }
 
 int cs_Disjunctive(CSint** startTimes, CSint** durations, int n)
 {
-  return n < 1 || postAs("cs_Disjunctive", [=](ConstraintInfo* info) {
-    return doDisjunctive(info, startTimes, durations, n);
-  });
+  return n < 1 ||
+         postAs("cs_Disjunctive", [=](ConstraintInfo* info) { return doDisjunctive(info, startTimes, durations, n); });
 }

@@ -61,10 +61,7 @@ static int64_t freeCapacity(const CumulativeData* data, int32_t a, int32_t b)
 static bool isInside(const Task& task, int32_t A, int32_t B) { return task.est >= A && task.lctMin() <= B; }
 
 /// The part of the shortest duration that isn't compulsory.
-static int32_t freeDuration(const Task& task)
-{
-  return task.isCompulsory() ? wrapSub(task.lst, task.est) : task.dMin;
-}
+static int32_t freeDuration(const Task& task) { return task.isCompulsory() ? wrapSub(task.lst, task.est) : task.dMin; }
 
 /// What is not compulsory of a task's time in the interval if it starts as early as it can.
 static int32_t leftShift(const Task& task, int32_t A, int32_t B)
@@ -151,8 +148,7 @@ static int64_t snapDown(const CumulativeData* data, int32_t j, int64_t q, int64_
 static bool belongsBehind(const Task& a, const Task& b)
 {
   const int32_t later = wrapSub(a.est, b.est);
-  return later > 0 ||
-         (later == 0 && wrapSub(wrapMul(freeDuration(b), b.rMin), wrapMul(freeDuration(a), a.rMin)) > 0);
+  return later > 0 || (later == 0 && wrapSub(wrapMul(freeDuration(b), b.rMin), wrapMul(freeDuration(a), a.rMin)) > 0);
 }
 
 static bool exchangeAt(const CumulativeData* data, int32_t position)

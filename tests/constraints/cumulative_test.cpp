@@ -2,7 +2,8 @@
  * Cumulative and disjunctive.
  */
 #include "bruteforce.h"
-#include "spy.h"
+
+#include <csignal>
 
 using namespace kit;
 
@@ -38,8 +39,8 @@ static const Group constant3 = {.values = {1, 3}, .constants = 100}, limit3 = {.
 static const auto tables = bruteForce("CumulativeTable",
     {
         cumulative("Starts", 4, constant3, {.values = {4, 10}}, constant3, limit3),
-        cumulative("All", 3, {.values = {0, 3}, .size = 3}, {.values = {4, 9}, .size = 4}, {.values = {0, 3}, .size = 3},
-            limit3),
+        cumulative("All", 3, {.values = {0, 3}, .size = 3}, {.values = {4, 9}, .size = 4},
+            {.values = {0, 3}, .size = 3}, limit3),
         cumulative("Negatives", 3, {.values = {0, 2}, .size = 2}, {.values = {-6, -1}}, {.values = {-1, 3}, .size = 3},
             limit3),
         cumulative("Requirements", 4, {.values = {0, 3}, .size = 4, .twice = 30}, {.values = {4, 6}, .size = 2},
@@ -120,10 +121,117 @@ TEST_F(Cumulative, KnownLossOfSchedules)
   EXPECT_FALSE(postDisjunctive());
 }
 
-/// What posting leaves of starts, durations, requirements and the limit; no starts: failure.
-struct Case
+TEST_F(Cumulative, WhatPostingLeaves)
 {
-  std::initializer_list<const char*> s, d, r;
-  const char* limit;
-  const char *starts, *durations, *needs, *bound;
-};
+  using Texts = std::initializer_list<const char*>;
+  struct
+  {
+    Texts s, d, r;
+    const char *limit, *left; ///< of starts, durations, requirements and limit; null: failure
+  } rows[] = {
+      // A task that can't be met is switched off, where it may be.
+      {{"0..9"}, {"0..5"}, {"4, 5"}, "0..3", "{0..9} 0 {4, 5} {0..3}"},
+      {{"0..9"}, {"2..5"}, {"4, 5"}, "0..3", nullptr},
+      {{"0..9"}, {"-3..-1"}, {"4"}, "0..3", "{0..9} {-3..-1} 4 {0..3}"},
+      // Compulsory parts raise the limit and cap requirements; those beside them don't count.
+      {{"4..5", "3..5"}, {"3", "4"}, {"2", "2"}, "0..3", nullptr},
+      {{"4..5", "3..5"}, {"3", "4"}, {"2", "2"}, "0..4", "{4, 5} {3..5} 3 4 2 2 4"},
+      {{"0", "1", "2"}, {"2", "2", "2"}, {"2", "1..5", "1..5"}, "0..4", "0 1 2 2 2 2 2 {1, 2} {1..3} {3, 4}"},
+      // Around a compulsory part, from the left and from the right, and where a duration may not reach.
+      {{"0..2", "0..10"}, {"5", "3"}, {"1", "1"}, "1", "{0..2} {5..10} 5 3 1 1 1"},
+      {{"3..5", "0..6"}, {"5", "3"}, {"1", "1"}, "1", "{3..5} {0..2} 5 3 1 1 1"},
+      {{"5", "1, 2"}, {"5", "2..9"}, {"1", "1"}, "1", "5 {1, 2} 5 {2..4} 1 1 1"},
+      {{"5", "2"}, {"5", "2..9"}, {"1", "1"}, "1", "5 2 5 {2..9} 1 1 1"},
+      {{"0..6", "4", "0"}, {"4", "5", "1"}, {"1", "1", "1"}, "1", nullptr},
+      // No compulsory part at all: three tasks for the two that go into 0..4, and the limit that they need.
+      {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"1", "1", "1"}, "1", nullptr},
+      {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"1", "1", "1"}, "1..3", "{0..2} {0..2} {0..2} 2 2 2 1 1 1 {2, 3}"},
+      {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"2", "1..3", "2"}, "3", "{0..2} {0..2} {0..2} 2 2 2 2 {1, 2} 2 3"},
+      // Near the ends of 32 bits.
+      {{"2147483600..2147483630", "2147483605"}, {"10", "10"}, {"1", "1"}, "1",
+          "{2147483615..2147483630} 2147483605 10 10 1 1 1"},
+      {{"-2147483648..-2147483640", "-2147483648"}, {"3", "2"}, {"1", "1"}, "1",
+          "{-2147483646..-2147483640} -2147483648 3 2 1 1 1"},
+      {{"-1500000000..500000000"}, {"1500000000"}, {"1"}, "0..2000000000",
+          "{-1500000000..500000000} 1500000000 1 {1..2000000000}"},
+  };
+  for (size_t i = 0; i < std::size(rows); i++) {
+    SCOPED_TRACE(i);
+    s = vars(rows[i].s), d = vars(rows[i].d), r = vars(rows[i].r), limit = makeVar(rows[i].limit);
+    EXPECT_EQ(post(), rows[i].left != nullptr);
+    if (rows[i].left) {
+      EXPECT_EQ(text(s) + " " + text(d) + " " + text(r) + " " + textOf(limit), rows[i].left);
+    }
+  }
+}
+
+TEST_F(Cumulative, Events)
+{
+  s = vars({"0..9", "3..5"}), d = vars({"0..4", "3"}), r = vars({"0..3", "1"}), limit = makeVar("0..3");
+  ASSERT_TRUE(post());
+  Vars all = {s[0], s[1], d[0], d[1], r[0], r[1], limit};
+  auto after = [&](std::initializer_list<std::pair<int (*)(CSint*, int), std::pair<CSint*, int>>> changes) {
+    cs_saveContext();
+    bool ok = true;
+    for (auto& [narrow, on] : changes)
+      ok = ok && narrow(on.first, on.second);
+    std::string now = ok ? text(all) : "fails";
+    cs_restoreContext();
+    return now;
+  };
+  EXPECT_EQ(text(all), "{0..9} {3..5} {0..4} 3 {0..3} 1 {1..3}");
+  EXPECT_EQ(after({{cs_GE, {r[0], 3}}, {cs_EQ, {d[0], 4}}}), "{0..9} {3..5} 4 3 3 1 3");
+  EXPECT_EQ(after({{cs_GE, {r[0], 3}}, {cs_LE, {limit, 2}}}), "{0..9} {3..5} 0 3 3 1 {1, 2}");
+  EXPECT_EQ(after({{cs_LE, {limit, 2}}, {cs_EQ, {d[0], 4}}}), "{0..9} {3..5} 4 3 {0..2} 1 {1, 2}");
+  EXPECT_EQ(after({{cs_LE, {limit, 1}}, {cs_EQ, {r[0], 1}}, {cs_EQ, {d[0], 4}}}), "{0..9} {3..5} 4 3 1 1 1");
+  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_EQ, {d[0], 4}}, {cs_EQ, {s[1], 4}}}), "4 4 4 3 {0..2} 1 {1..3}");
+  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_EQ, {d[0], 4}}, {cs_EQ, {r[0], 3}}}), "fails");
+  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_GE, {r[0], 2}}, {cs_GE, {d[0], 2}}}), "4 {3..5} {2..4} 3 2 1 3");
+  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_GE, {d[0], 2}}, {cs_GE, {r[0], 2}}}), "4 {3..5} {2..4} 3 2 1 3");
+}
+
+TEST_F(Cumulative, ALimitThatIsARequirementToo)
+{
+  s = vars({"1", "2"}), d = vars({"2", "1"}), limit = makeVar("1..4"), r = {limit, makeVar("1, 2")};
+  EXPECT_EXIT(post(), testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST_F(Cumulative, AttachmentsAndTheirEnd)
+{
+  s = vars({"0..9", "0..9"}), d = vars({"2", "0..3"}), r = vars({"1", "0..2"}), limit = makeVar("0..3");
+  cs_saveContext();
+  EXPECT_TRUE(cs_Cumulative(s.data(), d.data(), r.data(), 0, limit));
+  EXPECT_TRUE(cs_Cumulative(s.data(), d.data(), r.data(), -1, limit));
+  EXPECT_TRUE(cs_Disjunctive(s.data(), d.data(), 0));
+  EXPECT_EQ(nbAttached(s[0]) + nbAttached(limit), 0);
+  EXPECT_TRUE(post());
+  for (Vars* group : {&s, &d, &r}) {
+    const Tconstraint *first = (*group)[0]->_constraints, *second = (*group)[1]->_constraints;
+    EXPECT_EQ(first->_constraint, second->_constraint);
+    EXPECT_EQ(first->_constraint->_refCount, 2);
+    EXPECT_EQ(first->_index * 10 + second->_index, 1);
+    EXPECT_EQ(first->_constraint->_info, limit->_constraints->_constraint->_info);
+  }
+  EXPECT_EQ(limit->_constraints->_index, -1);
+  const std::pair<CSint*, const char*> slots[] = {
+      {s[0], "+++++-"}, {d[0], "+-+-+-"}, {r[0], "+-+-+-"}, {limit, "-+-++-"}};
+  EXPECT_STREQ(limit->_constraints->_constraint->_info->_function, "cs_Cumulative");
+  EXPECT_EQ(limit->_constraints->_constraint->_info->_refCount, 4u);
+  EXPECT_TRUE(postDisjunctive());
+  EXPECT_EQ(nbAttached(s[0]), 3);
+  EXPECT_EQ(nbAttached(s[1]), 2);
+  EXPECT_STREQ(s[0]->_constraints->_constraint->_info->_function, "cs_Disjunctive");
+  EXPECT_EQ(s[0]->_constraints->_constraint->_info->_refCount, 5u);
+  // The constraint that only holds the constant 1 stands below the one of the starts; its handlers do nothing.
+  const Handler* nothing = s[0]->_constraints->_next->_constraint->_handlers;
+  for (auto& [v, pattern] : slots)
+    for (int event = 0; event < 6; event++)
+      EXPECT_EQ(v->_constraints->_constraint->_handlers[event] != nothing[event], pattern[event] == '+') << pattern;
+  cs_restoreContext();
+  EXPECT_EQ(nbAttached(s[0]) + nbAttached(d[1]) + nbAttached(r[0]) + nbAttached(limit), 0);
+  // What isn't restored goes at the end of the solver.
+  s = vars({"0..3", "2..4"}), d = vars({"3", "3"});
+  EXPECT_TRUE(postDisjunctive());
+  s = vars({"0..1", "0..1"});
+  EXPECT_FALSE(postDisjunctive());
+}

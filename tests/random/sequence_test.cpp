@@ -179,6 +179,22 @@ static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSin
       .strong = std::move(rule)};
 }
 
+// May lose schedules, and so fail or remove anything: the model follows. No wrong schedule may stand.
+static bool anything(const Sets&, const Values&) { return false; }
+
+static bool isSchedule(const Values& starts, const Values& durations, const Values& needs, int limit)
+{
+  for (size_t i = 0; i < starts.size(); i++) {
+    int load = 0;
+    for (size_t j = 0; j < starts.size(); j++)
+      if (starts[j] <= starts[i] && starts[i] < starts[j] + durations[j])
+        load += needs[j];
+    if (durations[i] > 0 && load > limit)
+      return false;
+  }
+  return true;
+}
+
 static const std::vector<SequenceRow> rows = {
     unary("cs_EQ", cs_EQ, [](int x, const Values& p) { return x == p[0]; }),
     unary("cs_NEQ", cs_NEQ, [](int x, const Values& p) { return x != p[0]; }),
@@ -299,6 +315,33 @@ static const std::vector<SequenceRow> rows = {
     reifiedValue("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
     tie("cs_IfEq", true, cs_IfEq, naive::ifEq),
     tie("cs_IfNeq", false, cs_IfNeq, naive::ifNeq),
+    // Three starts and three durations; the requirements and the limit are constants.
+    {.name = "cs_Cumulative",
+        .weight = 1,
+        .count = {6, 6},
+        .parameters =
+            [](Random& random) {
+              return Values{random.pick(0, 3), random.pick(0, 3), 2, random.pick(2, 5)};
+            },
+        .post =
+            [](Vars& x, Values& p) {
+              // The array of requirements stands behind the arguments and lives as long as they do.
+              for (int constant : p)
+                x.push_back(CSINT(constant));
+              return cs_Cumulative(&x[0], &x[3], &x[6], 3, x[9]);
+            },
+        .strong = anything,
+        .weak = naive::weakest([](auto& v, auto& p) {
+          return isSchedule({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {p[0], p[1], p[2]}, p[3]);
+        })},
+    {.name = "cs_Disjunctive",
+        .weight = 1,
+        .count = {6, 6},
+        .post = [](Vars& x, Values&) { return cs_Disjunctive(&x[0], &x[3], 3); },
+        .strong = anything,
+        .weak = naive::weakest([](auto& v, auto&) {
+          return isSchedule({v[0], v[1], v[2]}, {v[3], v[4], v[5]}, {1, 1, 1}, 1);
+        })},
 };
 
 // Sequences that once failed.
