@@ -34,10 +34,20 @@ static Row cumulative(const char* name, int n, Group needs, Group starts, Group 
       .trials = 300};
 }
 
+/// Two tasks, or tasks of the shortest length, leave nothing that could slide.
+static Row losingNothing(Row row)
+{
+  row.mayLose = false;
+  return row;
+}
+
 static const Group constant3 = {.values = {1, 3}, .constants = 100}, limit3 = {.values = {2, 4}, .size = 2};
 
 static const auto tables = bruteForce("CumulativeTable",
     {
+        losingNothing(cumulative("TwoTasks", 2, {.values = {0, 3}, .size = 3}, {.values = {4, 9}, .size = 4},
+            {.values = {0, 3}, .size = 3}, limit3)),
+        losingNothing(cumulative("ShortTasks", 3, constant3, {.values = {4, 10}}, {.values = {1, 1}}, limit3)),
         cumulative("Starts", 4, constant3, {.values = {4, 10}}, constant3, limit3),
         cumulative("All", 3, {.values = {0, 3}, .size = 3}, {.values = {4, 9}, .size = 4},
             {.values = {0, 3}, .size = 3}, limit3),
