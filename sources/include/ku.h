@@ -566,9 +566,10 @@ CS_API CSint* cs_Index(CSint** variables, int n, int value);
 /* ---------------------------------------------------------------------------------------------------------------------
  * Cumulative and disjunctive: tasks on a resource
  *
- * Task i runs from startTimes[i] for durations[i] time units, the end excluded; one whose duration is 0 or less doesn't
- * run. 1, or 0 on failure or when out of memory. The arrays are kept by reference and must stay as they are, and alive,
- * as long as the constraint lives. With n < 1 the result is 1 and nothing is posted.
+ * Task i runs from startTimes[i] for durations[i] time units, the end excluded; with a duration of 0 it doesn't run. 1,
+ * or 0 on failure or when out of memory. The arrays are kept by reference and must stay as they are, and alive, as long
+ * as the constraint lives. With n < 1 the result is 1 and nothing is posted. Starts may be negative; durations should
+ * not be: a task that must end before it can start fails.
  *
  * Strength: the limits; the time table, made of the parts of tasks that run wherever they start; and the energy that
  * must fall into the intervals from a task's earliest start to its latest end. There is no edge finding. Less than
@@ -584,11 +585,12 @@ CS_API CSint* cs_Index(CSint** variables, int n, int value);
  *     CSint* first = cs_ReifLe(cs_Add(startX, durationX), startY);
  *     CSint* second = cs_ReifLe(cs_Add(startY, durationY), startX);
  *     cs_GE(cs_Add(first, second), 1);
- * and for a resource, at the start of each task x, the requirement of x and those of all y that run then stay within
- * the limit: y runs then if cs_Mul(cs_ReifLe(startY, startX), cs_ReifLt(startX, cs_Add(startY, durationY))) is 1.
+ * and for a resource, at the start of each task x the requirements of all tasks y (x is one of them) that run then add
+ * up to at most the limit: y runs then if cs_Mul(cs_ReifLe(startY, startX), cs_ReifLt(startX, cs_Add(startY,
+ * durationY))) is 1. Two tasks, or tasks of length 1, lose nothing that was ever seen.
  *
- * Cost: an event takes time of up to the cube of n, and less where few other tasks share its span. Memory: 100 bytes
- * for each task, and its attachments.
+ * Cost: an event takes time of up to the cube of n, and less where few other tasks share its span. Memory: 60 bytes for
+ * each task, and its three attachments.
  *
  * 32 bits: sums of times wrap, and so do the heights of stacked requirements; a start and a duration should add up
  * inside the range. Energies are worked in 64 bits, but the unavoidable one of a single task in an interval wraps at 32
