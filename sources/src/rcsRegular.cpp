@@ -342,12 +342,7 @@ static Walk walkStates(const Unrolling& u, int32_t k)
 
 static Walk walkSymbols(const Unrolling& u, int32_t k) { return walkOver(u._graph._vars[k], u._graph._nbSymbols); }
 
-static bool isState(const RegularData& d, int32_t state) { return 0 <= state && state < d._nbStates; }
-
-static bool isAlive(const Unrolling& u, int32_t k, int32_t state)
-{
-  return isState(u._graph, state) && holds(&u._graph._layers[k]._state, state);
-}
+static bool isState(int32_t state, int32_t nbStates) { return 0 <= state && state < nbStates; }
 
 static bool openUnrolling(Unrolling& u, int32_t initial)
 {
@@ -365,6 +360,14 @@ static bool openUnrolling(Unrolling& u, int32_t initial)
 
 static void clearMarks(const Unrolling& u) { memset(u._marked, 0, size_t(u._graph._nbStates)); }
 
+/// Marks the states that are left of a layer.
+static void markStates(const Unrolling& u, int32_t k)
+{
+  clearMarks(u);
+  for (Walk state = walkStates(u, k); advance(state);)
+    u._marked[state._value] = 1;
+}
+
 static bool dropState(CSint* layer, int32_t state) { return !isFixed(layer) && _rcsRemoveValue(layer, state); }
 
 static bool keepMarked(const Unrolling& u, int32_t k)
@@ -379,14 +382,16 @@ static bool keepMarked(const Unrolling& u, int32_t k)
 static bool reachForward(const Unrolling& u, int32_t k)
 {
   clearMarks(u);
-  int32_t* nbLive = liveRow(u, k);
+  uint8_t* const marked = u._marked;
+  int32_t* const nbLive = liveRow(u, k);
+  const int32_t nbStates = u._graph._nbStates;
   for (Walk source = walkStates(u, k); advance(source);) {
     const int* targets = transitionsOf(u, source._value);
     for (Walk symbol = walkSymbols(u, k); advance(symbol);) {
       int32_t target = targets[symbol._value];
-      if (!isState(u._graph, target))
+      if (!isState(target, nbStates))
         continue;
-      u._marked[target] = 1;
+      marked[target] = 1;
       nbLive[symbol._value]++;
     }
   }
@@ -397,7 +402,7 @@ static bool keepFinals(const Unrolling& u, const int* finals, int32_t nbFinals)
 {
   clearMarks(u);
   for (int32_t i = 0; i < nbFinals; i++)
-    if (isState(u._graph, finals[i]))
+    if (isState(finals[i], u._graph._nbStates))
       u._marked[finals[i]] = 1;
   return keepMarked(u, u._graph._size);
 }
@@ -405,15 +410,20 @@ static bool keepFinals(const Unrolling& u, const int* finals, int32_t nbFinals)
 /// Keeps what still leads to a final state, and takes the edges off the counts that don't.
 static bool reachBackward(const Unrolling& u, int32_t k)
 {
-  int32_t* nbLive = liveRow(u, k);
+  markStates(u, k + 1);
+  const uint8_t* const marked = u._marked;
+  int32_t* const nbLive = liveRow(u, k);
+  const int32_t nbStates = u._graph._nbStates;
   for (Walk source = walkStates(u, k); advance(source);) {
     const int* targets = transitionsOf(u, source._value);
     bool leads = false;
     for (Walk symbol = walkSymbols(u, k); advance(symbol);) {
       int32_t target = targets[symbol._value];
-      if (isAlive(u, k + 1, target))
+      if (!isState(target, nbStates))
+        continue;
+      if (marked[target])
         leads = true;
-      else if (isState(u._graph, target))
+      else
         nbLive[symbol._value]--;
     }
     if (!leads && !dropState(&u._graph._layers[k]._state, source._value))
@@ -440,8 +450,11 @@ static bool listSources(const Unrolling& u, int32_t k)
 {
   const RegularData& d = u._graph;
   const CSint* v = d._vars[k];
-  const int32_t* nbLive = liveRow(u, k);
-  memset(u._incoming, 0, size_t(d._nbStates) * sizeof(size_t));
+  const int32_t nbStates = d._nbStates;
+  markStates(u, k + 1);
+  const uint8_t* const marked = u._marked;
+  size_t* const incoming = u._incoming;
+  memset(incoming, 0, size_t(nbStates) * sizeof(size_t));
   RegularEdges** out = d._layers[k]._out = newTable<RegularEdges*>(size_t(d._nbStates), 1);
   if (!out)
     return false;
@@ -453,10 +466,10 @@ static bool listSources(const Unrolling& u, int32_t k)
     const int* targets = transitionsOf(u, source._value);
     for (Walk symbol = walkSymbols(u, k); advance(symbol);) {
       int32_t target = targets[symbol._value];
-      if (nbLive[symbol._value] < 1 || !isAlive(u, k + 1, target))
+      if (!isState(target, nbStates) || !marked[target])
         continue;
       addEdge(list, symbol._value, target);
-      u._incoming[target]++;
+      incoming[target]++;
     }
   }
   return true;
@@ -563,7 +576,7 @@ static int doRegular(ConstraintInfo* info, const RegularData& input, const int* 
 static bool hasState(const int* states, int32_t count, int32_t nbStates)
 {
   for (int32_t i = 0; i < count; i++)
-    if (0 <= states[i] && states[i] < nbStates)
+    if (isState(states[i], nbStates))
       return true;
   return false;
 }

@@ -21,7 +21,7 @@ static const auto tables = bruteForce(
                           .holds = [](auto& v, auto& p) { return v[0] == occurrences(v, 1, p[0]); },
                           .trials = 400},
                       {.name = "OccurDomain",
-                          .vars = {{.count = {0, 5}, .values = {-1, 2}, .size = 4, .twice = 15}},
+                          .vars = {{.count = {1, 5}, .values = {-1, 2}, .size = 4, .twice = 15}},
                           .prepare = [](Trial& t) { t.p = t.pick(1, -1, 2); },
                           .post = [](Trial& t) { return cs_OccurDomain(t.p[0], t.x.data(), int(t.x.size())); },
                           .value = [](auto& x, auto& p) -> std::optional<int64_t> { return occurrences(x, 0, p[0]); },
