@@ -564,6 +564,60 @@ CS_API CSint* cs_Element(CSint* index, const int* table, int n);
 CS_API CSint* cs_Index(CSint** variables, int n, int value);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Occurrences of a value
+ *
+ * count = number of i with variables[i] = value. The array is kept by reference and must stay as it is, and alive, as
+ * long as the constraint lives. Each value of the array is looked at, holes too, so the count's bounds are exact: how
+ * many variables have the value, and how many can. Of the count only its bounds are looked at, and they reach the array
+ * in two cases: when the count is instantiated, and when a variable takes or loses the value and a bound of the count
+ * is thereby met: then all undecided variables lose the value, or all take it. So a count that is fixed before posting,
+ * or a bound that merely moves, reaches the array no sooner than the next such change; a solution is never missed and
+ * none is wrong. Cost: constant for a change of a variable, linear in n where the undecided ones are decided. Where
+ * nothing is undecided at posting, the count is set and nothing is attached; with n < 1 it is 0.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Posts that. The result is always 0 and says nothing: not even where the count can't be that number. */
+CS_API int cs_Occur(CSint* count, int value, CSint** variables, int n);
+
+/* The same, and it tells: 1, or 0 when the count can't be that number or memory ran out. */
+CS_API int cs_OccurConstraints(CSint* count, int value, CSint** variables, int n);
+
+/*
+ * The count as a new variable, from the number of variables that have the value to the number of those that can; or
+ * null when memory ran out.
+ */
+CS_API CSint* cs_OccurDomain(int value, CSint** variables, int n);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Words of an automaton
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * variables[0] ... variables[n - 1] spell a word that a deterministic finite automaton accepts. States are 0..nbStates
+ * - 1 and symbols 0..nbSymbols - 1. transitions[state * nbSymbols + symbol] is the next state; an entry that is no
+ * state, such as -1, means that there is none. The word starts in `initial`, which must be a state and isn't checked,
+ * and ends in one of `finals`; those out of range are ignored.
+ *
+ * 1, or 0 when there is no such word or memory ran out. With n < 1 it is 1, whatever else is passed; without a final
+ * state in range 0, and nothing is touched. The variables are cut to the symbols, and stay so even where posting then
+ * fails; the constraint stays attached only when a word exists for the domains as they were cut.
+ *
+ * The array of variables is kept by reference and must stay as it is, and alive, as long as the constraint lives; the
+ * tables may be freed at once. Domain consistent, as long as no variable stands at two positions (each position then
+ * counts by itself, and only solutions are accepted). Posting takes time and memory in proportion to the edges of the
+ * automaton unrolled over n steps: each is held three times, 8 bytes each. An event takes one test for each state
+ * beside it and each value of the neighbouring variables, and a search only where it hit a watched edge. See G. Pesant,
+ * "A regular language membership constraint for finite sequences of variables", 2004.
+ *
+ * Words over two symbols without three 1s in a row, the state being the number of 1s that were just read:
+ *     static const int next[3 * 2] = {0, 1, 0, 2, 0, -1};
+ *     static const int finals[3] = {0, 1, 2};
+ *     cs_Regular(x, n, next, 3, 2, 0, finals, 3);
+ */
+CS_API int cs_Regular(CSint** variables, int n, const int* transitions, int nbStates, int nbSymbols, int initial,
+    const int* finals, int nbFinals);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Event watchers
  *
  * They hang a function of the client's on the variables of an array, as a constraint in all but name: propagation calls

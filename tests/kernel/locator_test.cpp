@@ -137,3 +137,12 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryWatcher)
   EXPECT_NAMED((cs_eventNeq(vars, 2, change, nullptr), true));
   EXPECT_NAMED((cs_eventConflict(vars, 2, conflict, nullptr), true));
 }
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryOccurrenceAndWord)
+{
+  static const int next[] = {0, 0}, finals[] = {0};
+  EXPECT_NAMED(cs_OccurDomain(5, vars, 2));
+  EXPECT_NAMED(cs_OccurConstraints(x, 4, &vars[1], 1));
+  EXPECT_NAMED(!cs_Occur(x, 3, &vars[1], 1));
+  EXPECT_NAMED(cs_Regular(vars, 2, next, 1, 2, 0, finals, 1));
+}
