@@ -123,3 +123,8 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryConditional)
   EXPECT_NAMED(cs_IfEq(x, y, 1, 2));
   EXPECT_NAMED(cs_IfNeq(x, y, 1, 2));
 }
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfANoGoodSet)
+{
+  EXPECT_NAMED(cs_createNoGoodSet(vars, 2, nullptr, 0, nullptr, nullptr));
+}
