@@ -4,7 +4,7 @@
  *
  * Each no-good watches two elements that don't hold yet. While there are two, nothing can follow, so an event looks
  * only at the no-goods that watch its variable. When all elements but one hold, the last one is forbidden; when all
- * hold, the search fails. A one-element no-good watches its element twice and so is looked at twice for each event.
+ * hold, the search fails. A one-element no-good watches its element twice.
  *
  * The set, its list and the watches lie outside the trail: a no-good holds everywhere, and a watch that was right when
  * more elements held is right when fewer do.
@@ -215,14 +215,17 @@ static int checkNoGood(NoGood* nge, int32_t index)
   return 1;
 }
 
-/// The check may move the node to another list.
+/// The check may move both watches of its no-good to other lists, so the next node is read before it, and is one of
+/// another no-good: behind a node that has left the walk would go on in another variable's list.
 static int wakeWatching(const Tconstraint* t)
 {
   NoGoodSet* ngs = dataOf<NoGoodData>(t)->_set;
   const int32_t index = t->_index;
   for (NoGoodWatch* watch = ngs->_watches[index]; watch;) {
     NoGood* owner = watch->_owner;
-    watch = watch->_next;
+    do
+      watch = watch->_next;
+    while (watch && watch->_owner == owner);
     if (!checkNoGood(owner, index))
       return 0;
   }
