@@ -77,6 +77,7 @@ TEST_F(NoGoods, WhatIsKept)
   add(set, {a, b, c});
   add(set, {a, b, d});
   add(set, {b, a, c});
+  add(set, {a, b, c});
   EXPECT_EQ(textOf(set), "[1<=2 0=1 2>3][0=1 1<=2 2!3][0=1 1<=2 2>3]");
   // A beginning takes the place of those that it begins, and they stay away.
   add(set, {a, b});
@@ -136,6 +137,19 @@ TEST_F(NoGoods, TheLastOpenElementIsForbidden)
   }
 }
 
+TEST_F(NoGoods, AWatchMovesHalfWayAlong)
+{
+  add(set, {a, {1, CS_SELECT_NEQ, 5}, b, c});
+  EXPECT_TRUE(cs_EQ(x[0], 1));
+  EXPECT_EQ(set->_first->_p1, 3);
+  EXPECT_EQ(set->_first->_p2, 1);
+  // A hole makes it different already.
+  EXPECT_TRUE(cs_NEQ(x[1], 5));
+  EXPECT_EQ(set->_first->_p2, 2);
+  EXPECT_TRUE(cs_LE(x[1], 2));
+  EXPECT_EQ(textOf(x[2]), "{0..3}");
+}
+
 TEST_F(NoGoods, WhatFiresComesToTheFront)
 {
   add(set, {a, b});
@@ -151,6 +165,10 @@ TEST_F(NoGoods, WhatFiresComesToTheFront)
   EXPECT_FALSE(cs_EQ(x[0], 1));
   EXPECT_EQ(textOf(set), "[0=1 1<=2][2!3 0=1][2>3]");
   cs_restoreContext();
+  // Not during a walk.
+  add(set, {a, {2, CS_SELECT_EQ, 5}});
+  rcsReduceNoGood(set);
+  EXPECT_EQ(textOf(set), "[0=1 2=5][0=1 1<=2][2!3 0=1][2>3]");
 }
 
 TEST_F(NoGoods, ReductionDropsWhatIsNeedless)

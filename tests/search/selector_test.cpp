@@ -368,11 +368,15 @@ TEST_F(Restarts, WhatABranchTeaches)
   // The refuted first decision of the free level nearest the root, once and not the later ones.
   EXPECT_EQ(learnt(three, CS_MIN_TO_MAX, 3), "[0=1 1=3][0=0]");
   EXPECT_EQ(learnt(three, CS_MIN_TO_MAX, 5), "[1=3][0!2]");
+  EXPECT_EQ(learnt(freeAndPigeons("{0..3}"), CS_MIN_TO_MAX, 5), "[0=2 1=3][0=0]");
   // Of a level in the middle, under what is above it.
   Vars four = freeAndPigeons("{0..2}");
   four.insert(four.begin(), makeVar("{5, 6}"));
   EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 3), "[0=5 1=1 2=3][0=5 1=0]");
   EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 5), "[0=5 2=3][0=5 1!2]");
+  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 7), "[1=0 2=3][0!6]");
+  four[0] = makeVar("{5..7}");
+  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 9), "[0=6 1=1 2=3][0=5]");
   // The other methods: a half, and the median with the rest.
   EXPECT_EQ(learnt(two, CS_LOWER_AND_UPPER, 3), "[1<=5][0<=0]");
   EXPECT_EQ(learnt(two, CS_MEDIAN_AND_REST, 3), "[1=3][0=0]");
@@ -431,6 +435,22 @@ TEST_F(Restarts, RunsFromTheRoot)
       "r1(1) S1(2 0 0) [0=0](3 1 1) X0/1/1(3 1 1) r0(1) S0(1 1 1) X1/2/0(3 5 3) = 1 at 3");
   EXPECT_EQ(run(v, {9}, 0, true, [](int, int, const ValueSelection*, CSint**, int, void*) { cs_cancelSearch(); }),
       "r9(1) S9(2 0 0) X0/0/9(3 1 0) = 0 at 1");
+  cs_restoreAll();
+}
+
+TEST_F(Restarts, ReduceTheSetAtTheRoot)
+{
+  Vars v = {makeVar("{0, 1}"), makeVar("{0..2}"), makeVar("{3, 7}")};
+  EXPECT_TRUE(cs_IfNeq(v[1], v[2], 0, 3) && cs_IfNeq(v[1], v[2], 0, 7));
+  std::vector<ValueSelector*> selectors(v.size(), cs_getValueSelector(CS_MIN_TO_MAX));
+  NoGoodSet* set = cs_createNoGoodSet(v.data(), int(v.size()), nullptr, 0, nullptr, nullptr);
+  const int schedule[] = {1, 9}, *at = schedule;
+  EXPECT_TRUE(cs_searchValueSelectorRestartNG(
+      v.data(), selectors.data(), int(v.size()), firstFree, nextLimit, &at, 0, set, nullptr));
+  // Learnt as 0=0 1=0, of which the second fails by itself.
+  ASSERT_EQ(cs_getNbNoGoods(set), 1);
+  EXPECT_EQ(cs_getNbNoGoodElements(set->_first), 1);
+  EXPECT_EQ(set->_first->_elements[0].index, 1);
   cs_restoreAll();
 }
 
