@@ -667,18 +667,23 @@ CS_API void cs_eventNewMin(CSint** array, int size, CSeventChange callback, void
 CS_API void cs_eventNewMax(CSint** array, int size, CSeventChange callback, void* extra);
 CS_API void cs_eventNeq(CSint** array, int size, CSeventChange callback, void* extra);
 
-/*
- * A change told as a decision, as at most 4: a method and its value.
- */
+/* A decision on a variable. */
 typedef struct ValueSelection
 {
-  int32_t method;
+  int32_t method; /* one of the following */
   int32_t value;
 } ValueSelection;
 
+#define CS_SELECT_EQ 0  /* the variable equals the value */
+#define CS_SELECT_NEQ 1 /* differs from it */
+#define CS_SELECT_LE 2  /* is at most the value */
+#define CS_SELECT_LT 3  /* is below it */
+#define CS_SELECT_GE 4  /* is at least the value */
+#define CS_SELECT_GT 5  /* is above it */
+
 /*
- * Called when propagation has failed. `variable` and `failing` are those of the change at which it failed: at least
- * (method 4), at most (2), equal (0) or different (1). `index` is that of the list of attachments in which the watcher
+ * Called when propagation has failed. `variable` and `failing` are those of the change at which it failed: at least,
+ * at most, equal or different. `index` is that of the list of attachments in which the watcher
  * was found, and need not be the variable's. The record of `failing` lives only during the call.
  */
 typedef void (*CSeventConflict)(
@@ -724,20 +729,25 @@ CS_API int cs_IfNeq(CSint* x, CSint* y, int xValue, int yValue);
  *     fail limit reached     0   contexts stay saved, domains as at that failure
  *     cancelled              0   contexts stay saved, unbalanced; the domains are a mixture
  *
- * So save a context before and restore it afterwards, whatever came out:
+ * What differs with cs_minimize, cs_findAll and restarts is said there. So save a context before and restore it
+ * afterwards, whatever came out:
  *     int label = cs_saveContext();
  *     if (cs_search(vars, n, cs_findFreeVar)) use(vars);
  *     cs_restoreContextUntil(label);
  *
  * The depth of the recursion is the number of decisions on a branch, one of them for each variable that isn't fixed by
- * propagation; each takes well under 200 bytes of stack. A driver allocates nothing, but for the array of cs_Vsearch.
+ * propagation; each takes well under 200 bytes of stack, one of the drivers by rating somewhat more. The drivers
+ * allocate nothing, but for the array of cs_Vsearch and, in the drivers by rating, one bit-set for each level.
  * One search runs at a time; one entered from a callback clears the counters and the cancel flag of the outer one.
+ *
+ * A callback may read anything and call cs_cancelSearch. The domains that it sees are those of the branch; what it
+ * narrows itself is undone with the context that is open at that moment.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
  * Selects the next variable to instantiate out of the `n` variables that the driver was given, or returns null when all
- * of them are instantiated: that is a solution. Called once at every level before anything else. It may read anything
- * and may call cs_cancelSearch. Returning an instantiated variable costs a level and makes no progress.
+ * of them are instantiated: that is a solution. Called once at every level before anything else. Returning an
+ * instantiated variable costs a level and makes no progress.
  */
 typedef CSint* (*CSfindFreeVar)(CSint** variables, int n);
 
@@ -783,6 +793,247 @@ CS_API CSint* cs_findFreeVar(CSint** variables, int n);              /* the firs
 CS_API CSint* cs_findFreeVarNbElements(CSint** variables, int n);    /* the fewest values */
 CS_API CSint* cs_findFreeVarNbElementsMin(CSint** variables, int n); /* the fewest values, then the smallest minimum */
 CS_API CSint* cs_findFreeVarNbConstraints(CSint** variables, int n); /* the most constraints ever attached */
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Optimising search
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Called at each solution of cs_minimize, which undoes it right afterwards: copy what is wanted. */
+typedef void (*CSfoundCost)(CSint** variables, int n, CSint* cost);
+
+/*
+ * Branch and bound: searches as cs_search does, calls `found`, undoes the solution, demands cost < m, where m is the
+ * minimum of the cost at that solution, and searches again from the root, until nothing is left. The last solution that
+ * `found` saw is the cheapest one. 1 if there was a solution.
+ *
+ * The cost needn't be among the variables, nor be instantiated at a solution: its minimum counts, so unless propagation
+ * keeps that attainable, put the cost among the variables. At the end the variables are as on entry, and the limits on
+ * the cost stay in force: they belong to the context that was open before the call. With no solution at all one context
+ * stays saved; after a cancel the search stands as above. The counters run over all the searches.
+ */
+CS_API int cs_minimize(CSint** variables, int n, CSfindFreeVar findFreeVar, CSint* cost, CSfoundCost found);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Search by rating
+ *
+ * A level tries the values of its variable by the client's rating, the lowest first, and of equal ratings the lower
+ * value. All values left are rated anew before each try, on the domains of the level's entry: a level of k values asks
+ * up to k (k + 1) / 2 times. A value rated 2147483647 is never tried; where nothing else is left, each of the remaining
+ * turns counts one choice point and one failure. What the drivers leave behind is as with cs_search, and a value that
+ * failed counts towards `fails` in the same way. When memory runs out, the level counts as one without values.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * Selects the position in the array of the next variable to instantiate; a negative number when none is free: that is a
+ * solution. Called once at every level before anything else.
+ */
+typedef int (*CSfindFreeVarIndex)(CSint** variables, int n);
+
+/* Rates the value for the variable at a position: the lower, the earlier. Called before the choice point is counted. */
+typedef int (*CScriteria)(int position, int value);
+
+/* Finds the first solution: 1, or 0. */
+CS_API int cs_searchCriteria(CSint** variables, int n, CSfindFreeVarIndex findFreeVarIndex, CScriteria criteria);
+
+/* The same, and gives up when `fails` values have failed; with fails < 1 without limit. */
+CS_API int cs_searchCriteriaFail(
+    CSint** variables, int n, CSfindFreeVarIndex findFreeVarIndex, CScriteria criteria, int fails);
+
+/*
+ * Selects the next row of the matrix to take a variable from, or a negative number when none has a free one: that is a
+ * solution. Called at the start, after each value that was assigned, on the domains that it left, and whenever the
+ * row has no free column. Naming such a row again and again never ends.
+ */
+typedef int (*CSfindFreeRow)(CSint*** matrix, int rows, int cols);
+
+/* Selects the position in the row of the next variable to instantiate, or a negative number when none is free there. */
+typedef int (*CSfindFreeColumn)(int row, CSint** variables, int cols);
+
+/* Rates the value for the variable at a row and a column: the lower, the earlier. */
+typedef int (*CSmatrixCriteria)(int row, int column, int value);
+
+/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. The selectors alone look at the counts. */
+CS_API int cs_searchMatrix(CSint*** matrix, int rows, int cols, CSfindFreeRow findFreeRow,
+    CSfindFreeColumn findFreeColumn, CSmatrixCriteria criteria);
+
+/* The same, and gives up when `fails` values have failed; with fails < 1 without limit. */
+CS_API int cs_searchMatrixFail(CSint*** matrix, int rows, int cols, CSfindFreeRow findFreeRow,
+    CSfindFreeColumn findFreeColumn, CSmatrixCriteria criteria, int fails);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Value selectors
+ *
+ * A value selector says how a variable is branched on: it yields decisions, one at a time, and a driver makes one after
+ * the other. The decisions of a level should leave no value of the variable out, or solutions are missed.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Makes the decision, by cs_EQ, cs_NEQ, cs_LE, cs_LT, cs_GE or cs_GT: 1, or 0. Another method ends the process. */
+CS_API int cs_selectValue(CSint* variable, const ValueSelection* selection);
+
+/*
+ * The callbacks of a selector; all answer yes or no. The state is a slot for an integer or a pointer that the driver
+ * keeps for each level. It isn't cleared: until `init` has written it, it holds anything. The variable is
+ * variables[position].
+ *
+ * init   called once before the first decision; with a no the driver gives the level up, without a failure
+ * next   fills in the next decision; no when there are no more. It must look at the domain as it is: the drivers call
+ *        it on the domains of the level's entry, for the decision after the one that they are about to make
+ * end    called once behind the last decision, and after a solution; what a no does there, the drivers say
+ */
+typedef int (*ValueSelectorInit)(int position, CSint** variables, int n, intptr_t* state);
+typedef int (*ValueSelectorNext)(ValueSelection* selection, int position, CSint** variables, int n, intptr_t* state);
+typedef int (*ValueSelectorEnd)(int position, CSint** variables, int n, intptr_t* state);
+
+typedef struct ValueSelector ValueSelector;
+
+#define CS_MIN_TO_MAX 0      /* each value, ascending */
+#define CS_MAX_TO_MIN 1      /* each value, descending */
+#define CS_LOWER_AND_UPPER 2 /* at most the middle of the bounds, then above it */
+#define CS_UPPER_AND_LOWER 3 /* at least the middle of the bounds, of two adjacent values the upper; then below it */
+#define CS_MEDIAN_AND_REST 4 /* the median, of an even number of values the lower one; then different from it */
+
+/* A selector of the library; null for another kind. It lives for ever and must not be freed. */
+CS_API ValueSelector* cs_getValueSelector(int kind);
+
+/* A new selector; `init` and `end` may be null, which is a yes. Null when out of memory. Free it after the search. */
+CS_API ValueSelector* cs_createValueSelector(ValueSelectorInit init, ValueSelectorNext next, ValueSelectorEnd end);
+
+CS_API void cs_freeValueSelector(ValueSelector* selector); /* null is ignored */
+
+/* The calls of the callbacks, for a driver of one's own. 1 or 0. */
+CS_API int cs_initValueSelector(ValueSelector* selector, int position, CSint** variables, int n, intptr_t* state);
+CS_API int cs_selectNextValue(
+    ValueSelection* selection, ValueSelector* selector, int position, CSint** variables, int n, intptr_t* state);
+CS_API int cs_endValueSelector(ValueSelector* selector, int position, CSint** variables, int n, intptr_t* state);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * No-goods
+ *
+ * A no-good is a list of decisions that must not all hold. A set of them is one constraint on an array of variables:
+ * when all decisions of a no-good but one hold, that one is forbidden, and when all hold, that is a failure. Each
+ * no-good watches two of its decisions, so an event costs one step for each no-good that watches the variable. What is
+ * added acts from the next event of a watched variable on: nothing is narrowed by adding.
+ *
+ * The sets lie outside the contexts: what was added stays when a context is restored. A set itself goes with the context
+ * in which it was made.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+typedef struct NoGoodSet NoGoodSet;
+typedef struct NoGood NoGood;
+
+/* Decides whether a no-good is kept: no drops it. It must neither add no-goods nor change domains. */
+typedef int (*NoGoodFilter)(NoGoodSet* set, NoGood* noGood, CSint** variables, int n, void* data);
+
+/* Called when the set ends, while its no-goods are still there. */
+typedef void (*NoGoodDestructor)(NoGoodSet* set, void* data);
+
+/*
+ * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number; not
+ * negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked for
+ * each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
+ */
+CS_API NoGoodSet* cs_createNoGoodSet(
+    CSint** variables, int n, NoGoodFilter filter, int max, NoGoodDestructor destructor, void* data);
+
+/*
+ * Adds the no-good of `count` decisions, at least one, each on the variable at its position; copies both arrays. It is
+ * not kept where the filter drops it or a no-good of the set is the beginning of it; those that it is the beginning of
+ * go. A position must be in 0..count - 1, whatever the number of variables; another ends the process.
+ */
+CS_API void cs_addNoGood(NoGoodSet* set, const int* positions, const ValueSelection* decisions, int count);
+
+CS_API int cs_getNbNoGoods(const NoGoodSet* set);
+
+/* Sets the maximum, and drops those of longest ago that are too many. 0 lifts it; a negative one is ignored. */
+CS_API void cs_setMaxNbNoGoods(NoGoodSet* set, int max);
+
+/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and nothing else written. */
+CS_API int cs_getNbNoGoodElements(const NoGood* noGood);
+CS_API void cs_getNoGoodElementAt(int* position, ValueSelection* decision, const NoGood* noGood, int i);
+
+/* Drops the no-goods for which `filter` answers no; asked oldest first. */
+CS_API void cs_filterNoGood(NoGoodSet* set, NoGoodFilter filter);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Selector search
+ *
+ * Depth-first search through one value selector for each position of the array (the same one may stand at several). A
+ * level asks for its variable, then for two decisions; makes the first, in a context of its own, and searches below;
+ * when that failed restores the context and goes on with the second, after it has asked for the third. At a solution,
+ * at the limit and after a cancel all contexts of the branch stay saved, one for each decision; when exhausted, none.
+ *
+ * Where a selector's `end` answers no after a solution, that is a failure for the level above, though it counts as
+ * none and the level's context stays saved. Where it answers no behind the last decision, or at the limit, the driver
+ * tells no leaving of the level and learns nothing from it.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * What a client is told of a search, in the order in which it happens. Each callback may be null; the last argument
+ * of each is the pointer given to cs_createSearchNotify. The level is 0 at the first decision of a branch. The decision
+ * is valid during the call only.
+ *
+ * searchStart            before a search or a run of restarts, with the limit of failures as it will be tested
+ * enter                  a variable was chosen
+ * beforeValueSelection   the decision's context is saved and the choice point counted; it will now be made, unless the
+ *                        search has been cancelled
+ * afterValueSelection    the decision was made, with success 1 or 0; a failure is counted already. The limit is tested
+ *                        afterwards
+ * leave                  the decisions of the level have run out; not called at a solution, at the limit, on a cancel
+ * found                  a solution; yes accepts it, no rejects it and counts as a failure. Without this callback the
+ *                        first one is accepted. The level is that of the last decision: -1 if none was needed
+ * searchEnd              after a search or a run, with result 1 or 0, and its failures: all that cs_getNbFails tells,
+ *                        or the run's own with restarts
+ */
+typedef void (*CSsearchStart)(int fails, CSint** variables, int n, void* data);
+typedef void (*CSsearchLevel)(int level, int position, CSint** variables, int n, void* data);
+typedef void (*CSbeforeValueSelection)(
+    int level, int position, const ValueSelection* selection, CSint** variables, int n, void* data);
+typedef void (*CSafterValueSelection)(
+    int success, int level, int position, const ValueSelection* selection, CSint** variables, int n, void* data);
+typedef int (*CSsearchFound)(int level, CSint** variables, int n, void* data);
+typedef void (*CSsearchEnd)(int result, int nbFails, int fails, CSint** variables, int n, void* data);
+
+typedef struct SearchNotify SearchNotify;
+
+/* A record without callbacks, or null when out of memory. The drivers read it anew at each step; free it afterwards. */
+CS_API SearchNotify* cs_createSearchNotify(void* data);
+CS_API void cs_freeSearchNotify(SearchNotify* notify); /* null is ignored */
+
+CS_API void cs_searchNotifySetSearchStart(SearchNotify* notify, CSsearchStart callback);
+CS_API void cs_searchNotifySetSearchEnd(SearchNotify* notify, CSsearchEnd callback);
+CS_API void cs_searchNotifySetBeforeValueSelection(SearchNotify* notify, CSbeforeValueSelection callback);
+CS_API void cs_searchNotifySetAfterValueSelection(SearchNotify* notify, CSafterValueSelection callback);
+CS_API void cs_searchNotifySetEnter(SearchNotify* notify, CSsearchLevel callback);
+CS_API void cs_searchNotifySetLeave(SearchNotify* notify, CSsearchLevel callback);
+CS_API void cs_searchNotifySetFound(SearchNotify* notify, CSsearchFound callback);
+
+/* Finds the first solution: 1, or 0. Gives up at `fails` failures; with fails < 1 there is no limit. */
+CS_API int cs_searchValueSelectorFail(CSint** variables, ValueSelector** selectors, int n,
+    CSfindFreeVarIndex findFreeVarIndex, int fails, SearchNotify* notify);
+
+/*
+ * The limit of failures of the next run, above 0: with 0 or less the run has no limit, and a search that is exhausted
+ * is begun again. This callback is the whole schedule; the library lets no limit grow by itself. Called before the first
+ * run and between runs, at the root.
+ */
+typedef int (*CSrestartFails)(void* data);
+
+/*
+ * Searches in runs from the root, each with its own limit, until a run finds a solution (1), ends below its limit,
+ * exhausted or cancelled (0), or all runs together have `maxFails` failures (0; with maxFails < 1 there is no such
+ * limit, and else each run's limit is clipped to what is left). At the limit of a run the decisions of its branch go
+ * into `noGoods` as forbidden combinations, if that isn't null, and the set is reduced before the next run. It must
+ * have been made on the same variables in the same order. A selector must then not leave values out, or what is learnt
+ * is wrong.
+ *
+ * After a solution and at `maxFails` the contexts stay saved, one for each decision of the branch and in the first run
+ * one more below them; otherwise contexts and domains are as on entry, after a cancel too. The counters run over all the
+ * runs. A run whose last possible failure is just the one that reaches its limit can't be told from one that was cut
+ * short: another run follows. So a constant limit without no-goods never ends where a run takes more failures.
+ */
+CS_API int cs_searchValueSelectorRestartNG(CSint** variables, ValueSelector** selectors, int n,
+    CSfindFreeVarIndex findFreeVarIndex, CSrestartFails restartFails, void* restartData, int maxFails,
+    NoGoodSet* noGoods, SearchNotify* notify);
 
 /* ---------------------------------------------------------------------------------------------------------------------
  * Attribution and profiling

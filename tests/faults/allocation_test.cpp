@@ -361,10 +361,81 @@ static std::vector<FaultRow> watchers()
   };
 }
 
+static int firstFree(CSint** vars, int n)
+{
+  for (int i = 0; i < n; i++)
+    if (cs_isFree(vars[i]))
+      return i;
+  return -1;
+}
+
+static NoGoodSet* noGoods;
+
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
         .domains = {"1..3", "1..3"},
         .run = [](Vars& x) { return cs_Vsearch(2, x[0], x[1], cs_findFreeVar); }},
+    {.name = "searchCriteria",
+        .domains = {"1..3"},
+        .run = [](Vars& x) { return cs_searchCriteria(x.data(), 1, firstFree, [](int, int value) { return value; }); }},
+    {.name = "searchMatrix",
+        .domains = {"1..3"},
+        .run =
+            [](Vars& x) {
+              CSint** row = x.data();
+              return cs_searchMatrix(
+                  &row, 1, 1, [](CSint*** m, int, int cols) { return firstFree(m[0], cols); },
+                  [](int, CSint** vars, int cols) { return firstFree(vars, cols); }, [](int, int, int) { return 0; });
+            }},
+    {.name = "createValueSelector",
+        .run =
+            [](Vars&) {
+              ValueSelector* selector = cs_createValueSelector(rcsVSMinToMaxInit, rcsVSMinToMaxNext, nullptr);
+              cs_freeValueSelector(selector);
+              return selector;
+            }},
+    {.name = "createSearchNotify",
+        .run =
+            [](Vars& x) {
+              SearchNotify* notify = cs_createSearchNotify(&x);
+              cs_freeSearchNotify(notify);
+              return notify;
+            }},
+    {.name = "createNoGoodSet",
+        .domains = {"1..3", "1..3"},
+        .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }},
+    atTheEndOfTheTrail<1>("createNoGoodSetAtTheEndOfTheTrail",
+        {.name = "",
+            .domains = {"1..3", "1..3"},
+            .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }}),
+    {.name = "addNoGood",
+        .domains = {"1..3", "1..3"},
+        .prepare = [](Vars& x) { noGoods = cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); },
+        .run =
+            [](Vars&) {
+              static const int positions[] = {0, 1};
+              static const ValueSelection decisions[] = {{CS_SELECT_EQ, 1}, {CS_SELECT_EQ, 2}};
+              cs_addNoGood(noGoods, positions, decisions, 2);
+              return cs_getNbNoGoods(noGoods) == 1;
+            }},
+    // What can't be learnt is forgotten; the search goes on.
+    {.name = "restarts",
+        .domains = {"{3, 7}", "{3, 7}", "{3, 7}"},
+        .prepare =
+            [](Vars& x) {
+              noGoods = cs_createNoGoodSet(x.data(), 3, nullptr, 0, nullptr, nullptr);
+              cs_Neq(x[0], x[1]), cs_Neq(x[1], x[2]), cs_Neq(x[0], x[2]);
+            },
+        .run =
+            [](Vars& x) {
+              ValueSelector* selectors[] = {&rcsVSMinToMax, &rcsVSMinToMax, &rcsVSMinToMax};
+              int limit = 0;
+              auto oneMore = [](void* l) { return ++*static_cast<int*>(l); };
+              return !cs_searchValueSelectorRestartNG(
+                         x.data(), selectors, 3, firstFree, oneMore, &limit, 0, noGoods, nullptr) &&
+                     limit == 3 && !rcsTmpOp;
+            },
+        .survives = true},
 };
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -146,3 +146,8 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryOccurrenceAndWord)
   EXPECT_NAMED(!cs_Occur(x, 3, &vars[1], 1));
   EXPECT_NAMED(cs_Regular(vars, 2, next, 1, 2, 0, finals, 1));
 }
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfANoGoodSet)
+{
+  EXPECT_NAMED(cs_createNoGoodSet(vars, 2, nullptr, 0, nullptr, nullptr));
+}
