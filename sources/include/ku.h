@@ -719,7 +719,8 @@ typedef int (*CSfindFreeColumn)(int row, CSint** variables, int cols);
 /* Rates the value for the variable at a row and a column: the lower, the earlier. */
 typedef int (*CSmatrixCriteria)(int row, int column, int value);
 
-/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. The selectors alone look at the counts. */
+/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. The selectors alone look at the counts.
+ */
 CS_API int cs_searchMatrix(CSint*** matrix, int rows, int cols, CSfindFreeRow findFreeRow,
     CSfindFreeColumn findFreeColumn, CSmatrixCriteria criteria);
 
@@ -795,8 +796,8 @@ CS_API int cs_endValueSelector(ValueSelector* selector, int position, CSint** va
  * no-good watches two of its decisions, so an event costs one step for each no-good that watches the variable. What is
  * added acts from the next event of a watched variable on: nothing is narrowed by adding.
  *
- * The sets lie outside the contexts: what was added stays when a context is restored. A set itself goes with the context
- * in which it was made.
+ * The sets lie outside the contexts: what was added stays when a context is restored. A set itself goes with the
+ * context in which it was made.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 typedef struct NoGoodSet NoGoodSet;
@@ -809,9 +810,9 @@ typedef int (*NoGoodFilter)(NoGoodSet* set, NoGood* noGood, CSint** variables, i
 typedef void (*NoGoodDestructor)(NoGoodSet* set, void* data);
 
 /*
- * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number; not
- * negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked for
- * each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
+ * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number;
+ * not negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked
+ * for each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
  */
 CS_API NoGoodSet* cs_createNoGoodSet(
     CSint** variables, int n, NoGoodFilter filter, int max, NoGoodDestructor destructor, void* data);
@@ -828,7 +829,8 @@ CS_API int cs_getNbNoGoods(const NoGoodSet* set);
 /* Sets the maximum, and drops those of longest ago that are too many. 0 lifts it; a negative one is ignored. */
 CS_API void cs_setMaxNbNoGoods(NoGoodSet* set, int max);
 
-/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and nothing else written. */
+/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and nothing else written.
+ */
 CS_API int cs_getNbNoGoodElements(const NoGood* noGood);
 CS_API void cs_getNoGoodElementAt(int* position, ValueSelection* decision, const NoGood* noGood, int i);
 
@@ -894,8 +896,8 @@ CS_API int cs_searchValueSelectorFail(CSint** variables, ValueSelector** selecto
 
 /*
  * The limit of failures of the next run, above 0: with 0 or less the run has no limit, and a search that is exhausted
- * is begun again. This callback is the whole schedule; the library lets no limit grow by itself. Called before the first
- * run and between runs, at the root.
+ * is begun again. This callback is the whole schedule; the library lets no limit grow by itself. Called before the
+ * first run and between runs, at the root.
  */
 typedef int (*CSrestartFails)(void* data);
 
@@ -908,9 +910,9 @@ typedef int (*CSrestartFails)(void* data);
  * is wrong.
  *
  * After a solution and at `maxFails` the contexts stay saved, one for each decision of the branch and in the first run
- * one more below them; otherwise contexts and domains are as on entry, after a cancel too. The counters run over all the
- * runs. A run whose last possible failure is just the one that reaches its limit can't be told from one that was cut
- * short: another run follows. So a constant limit without no-goods never ends where a run takes more failures.
+ * one more below them; otherwise contexts and domains are as on entry, after a cancel too. The counters run over all
+ * the runs. A run whose last possible failure is just the one that reaches its limit can't be told from one that was
+ * cut short: another run follows. So a constant limit without no-goods never ends where a run takes more failures.
  */
 CS_API int cs_searchValueSelectorRestartNG(CSint** variables, ValueSelector** selectors, int n,
     CSfindFreeVarIndex findFreeVarIndex, CSrestartFails restartFails, void* restartData, int maxFails,
