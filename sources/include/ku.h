@@ -383,9 +383,9 @@ CS_API CSint* cs_ReifGE(CSint* x, int c);    /* x >= c */
  * consistent too. Null when out of memory.
  *
  * Cost: without holes in x or y a few comparisons for each of their events. With holes in either, each event of the two
- * variables walks over the overlap of their domains, 64 values at a time: as long as the boolean is open only up to the
- * first common value, later from end to end. Against a constant no event costs more than two comparisons. As a removal
- * does everywhere, the first inner hole of a variable makes its bit-set.
+ * variables walks over the overlap of their domains, 64 values at a time: while the boolean is open up to the first
+ * common value, and while it stands for equality from end to end. Against a constant an event costs a few comparisons
+ * at most. As a removal does everywhere, the first inner hole of a variable makes its bit-set.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
@@ -564,6 +564,139 @@ CS_API CSint* cs_Element(CSint* index, const int* table, int n);
 CS_API CSint* cs_Index(CSint** variables, int n, int value);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Occurrences of a value
+ *
+ * count = number of i with variables[i] = value. The array is kept by reference and must stay as it is, and alive, as
+ * long as the constraint lives. Each value of the array is looked at, holes too, so the count's bounds are exact: how
+ * many variables have the value, and how many can. Of the count only its bounds are looked at, and they reach the array
+ * in two cases: when the count is instantiated, and when a variable takes or loses the value and a bound of the count
+ * is thereby met: then all undecided variables lose the value, or all take it. So a count that is fixed before posting,
+ * or a bound that merely moves, reaches the array no sooner than the next such change; a solution is never missed and
+ * none is wrong. Cost: constant for a change of a variable, linear in n where the undecided ones are decided. Where
+ * nothing is undecided at posting, the count is set and nothing is attached; with n < 1 it is 0.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Posts that. The result is always 0 and says nothing: not even where the count can't be that number. */
+CS_API int cs_Occur(CSint* count, int value, CSint** variables, int n);
+
+/* The same, and it tells: 1, or 0 when the count can't be that number or memory ran out. */
+CS_API int cs_OccurConstraints(CSint* count, int value, CSint** variables, int n);
+
+/*
+ * The count as a new variable, from the number of variables that have the value to the number of those that can; or
+ * null when memory ran out.
+ */
+CS_API CSint* cs_OccurDomain(int value, CSint** variables, int n);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Words of an automaton
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * variables[0] ... variables[n - 1] spell a word that a deterministic finite automaton accepts. States are 0..nbStates
+ * - 1 and symbols 0..nbSymbols - 1. transitions[state * nbSymbols + symbol] is the next state; an entry that is no
+ * state, such as -1, means that there is none. The word starts in `initial`, which must be a state and isn't checked,
+ * and ends in one of `finals`; those out of range are ignored.
+ *
+ * 1, or 0 when there is no such word or memory ran out. With n < 1 it is 1, whatever else is passed; without a final
+ * state in range 0, and nothing is touched. The variables are cut to the symbols, and stay so even where posting then
+ * fails; the constraint stays attached only when a word exists for the domains as they were cut.
+ *
+ * The array of variables is kept by reference and must stay as it is, and alive, as long as the constraint lives; the
+ * tables may be freed at once. Domain consistent, as long as no variable stands at two positions (each position then
+ * counts by itself, and only solutions are accepted). Posting takes time and memory in proportion to the edges of the
+ * automaton unrolled over n steps: each is held three times, 8 bytes each. An event takes one test for each state
+ * beside it and each value of the neighbouring variables, and a search only where it hit a watched edge. See G. Pesant,
+ * "A regular language membership constraint for finite sequences of variables", 2004.
+ *
+ * Words over two symbols without three 1s in a row, the state being the number of 1s that were just read:
+ *     static const int next[3 * 2] = {0, 1, 0, 2, 0, -1};
+ *     static const int finals[3] = {0, 1, 2};
+ *     cs_Regular(x, n, next, 3, 2, 0, finals, 3);
+ */
+CS_API int cs_Regular(CSint** variables, int n, const int* transitions, int nbStates, int nbSymbols, int initial,
+    const int* finals, int nbFinals);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Event watchers
+ *
+ * They hang a function of the client's on the variables of an array, as a constraint in all but name: propagation calls
+ * it, and it can fail the branch. The result of such a function is a boolean of which only the low 8 bits are read: 0
+ * fails the branch, and 256 does too.
+ *
+ * The array is kept by reference and must stay as it is, and alive, as long as the watcher lives, which is until the
+ * context in which it was posted is restored. It can't end itself. `extra` is passed through.
+ *
+ * A function is called in the middle of propagation: other constraints may not have seen the same change yet. It may
+ * read anything and narrow variables, which is queued then: results tell of immediate failures only. It may post
+ * constraints, save contexts and run a search, and must leave the contexts that it found as they were. It may be called
+ * twice for what looks like one change. While a profiler is enabled, the unary constraints that it calls have rows of
+ * their own in the report, under the locator's text for the call.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Called when all variables are instantiated. */
+typedef int (*CSeventAllKnown)(CSint** array, int size, void* extra);
+
+/* Called with the value of array[index]. */
+typedef int (*CSeventKnown)(int value, int index, CSint** array, int size, void* extra);
+
+/* Called for variable = array[index]. `oldValue` is the bound last told to constraints, or the value removed. */
+typedef int (*CSeventChange)(CSint* variable, int index, int oldValue, CSint** array, int size, void* extra);
+
+/*
+ * Watches for the moment at which all variables are instantiated. When that is so already, and with size < 1, calls at
+ * once, leaves no watcher behind and returns the answer. Else 1, or 0 when out of memory. When the last two variables
+ * become instantiated before the watcher is told of either, it calls twice.
+ */
+CS_API int cs_eventAllKnown(CSint** array, int size, CSeventAllKnown callback, void* extra);
+
+/*
+ * Calls for each variable that becomes instantiated; for those that are so already, during the posting, in the order
+ * of the array. An answer of 0 ends the posting there with 0, with the watcher attached. Else 1, or 0 when out of
+ * memory. With size < 1 it does nothing.
+ */
+CS_API int cs_eventKnown(CSint** array, int size, CSeventKnown callback, void* extra);
+
+/*
+ * They call when a minimum rises, a maximum falls, a value strictly between the bounds is removed; not during the
+ * posting, and with size < 1 not at all. A variable fixed to a value strictly between its bounds is no new
+ * bound, and a removal at a bound is no hole: cs_eventNewMin hears of cs_GE(v, 5), but of cs_EQ(v, 5) on 0..9 it
+ * doesn't. In a report cs_eventNeq stands under the name "cs_eventNewMax".
+ */
+CS_API void cs_eventNewMin(CSint** array, int size, CSeventChange callback, void* extra);
+CS_API void cs_eventNewMax(CSint** array, int size, CSeventChange callback, void* extra);
+CS_API void cs_eventNeq(CSint** array, int size, CSeventChange callback, void* extra);
+
+/* A decision on a variable, or a change that is told as one: a method and its value, as at most 4. */
+typedef struct ValueSelection
+{
+  int32_t method; /* one of the following */
+  int32_t value;
+} ValueSelection;
+
+#define CS_SELECT_EQ 0  /* the variable equals the value */
+#define CS_SELECT_NEQ 1 /* differs from it */
+#define CS_SELECT_LE 2  /* is at most the value */
+#define CS_SELECT_LT 3  /* is below it */
+#define CS_SELECT_GE 4  /* is at least the value */
+#define CS_SELECT_GT 5  /* is above it */
+
+/*
+ * Called when propagation has failed. `variable` and `failing` are those of the change at which it failed: at least
+ * (method 4), at most (2), equal (0) or different (1). `index` is that of the list of attachments in which the watcher
+ * was found, and need not be the variable's. The record of `failing` lives only during the call.
+ */
+typedef void (*CSeventConflict)(
+    CSint* variable, int index, const ValueSelection* failing, CSint** array, int size, void* extra);
+
+/*
+ * Watches for failures; it can't prevent them. It calls only where the propagation that failed had come across it
+ * before the failing constraint: newer attachments of a variable come first, so post it after the constraints that it
+ * is to tell of. With size < 1 it does nothing.
+ */
+CS_API void cs_eventConflict(CSint** array, int size, CSeventConflict callback, void* extra);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Conditionals
  *
  * Ties between one value of x and one value of y. 1, or 0 on failure or when out of memory. They look at instantiation
@@ -719,7 +852,7 @@ typedef int (*CSfindFreeColumn)(int row, CSint** variables, int cols);
 /* Rates the value for the variable at a row and a column: the lower, the earlier. */
 typedef int (*CSmatrixCriteria)(int row, int column, int value);
 
-/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. The selectors alone look at the counts.
+/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. Only the selectors look at the counts.
  */
 CS_API int cs_searchMatrix(CSint*** matrix, int rows, int cols, CSfindFreeRow findFreeRow,
     CSfindFreeColumn findFreeColumn, CSmatrixCriteria criteria);
@@ -735,21 +868,8 @@ CS_API int cs_searchMatrixFail(CSint*** matrix, int rows, int cols, CSfindFreeRo
  * the other. The decisions of a level should leave no value of the variable out, or solutions are missed.
  * ------------------------------------------------------------------------------------------------------------------ */
 
-/* A decision on a variable. */
-typedef struct ValueSelection
-{
-  int32_t method; /* one of the following */
-  int32_t value;
-} ValueSelection;
-
-#define CS_SELECT_EQ 0  /* the variable equals the value */
-#define CS_SELECT_NEQ 1 /* differs from it */
-#define CS_SELECT_LE 2  /* is at most the value */
-#define CS_SELECT_LT 3  /* is below it */
-#define CS_SELECT_GE 4  /* is at least the value */
-#define CS_SELECT_GT 5  /* is above it */
-
-/* Makes the decision, by cs_EQ, cs_NEQ, cs_LE, cs_LT, cs_GE or cs_GT: 1, or 0. Another method ends the process. */
+/* Makes the decision (see ValueSelection) by cs_EQ, cs_NEQ, cs_LE, cs_LT, cs_GE or cs_GT: 1, or 0. Another method ends
+ * the process. */
 CS_API int cs_selectValue(CSint* variable, const ValueSelection* selection);
 
 /*
@@ -829,7 +949,7 @@ CS_API int cs_getNbNoGoods(const NoGoodSet* set);
 /* Sets the maximum, and drops those of longest ago that are too many. 0 lifts it; a negative one is ignored. */
 CS_API void cs_setMaxNbNoGoods(NoGoodSet* set, int max);
 
-/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and nothing else written.
+/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and no more is written.
  */
 CS_API int cs_getNbNoGoodElements(const NoGood* noGood);
 CS_API void cs_getNoGoodElementAt(int* position, ValueSelection* decision, const NoGood* noGood, int i);

@@ -219,6 +219,13 @@ static std::vector<FaultRow> sums()
 
 static const int entries[] = {4, 1, 4, 9};
 
+// Some states are out of reach, at the ends and inside.
+static int spell(Vars& x)
+{
+  static const int next[] = {4, 1, 2, 1, 4, 2, 2, 4, -1, 0, 3, 3, 4, 4, 2, 0, 0, 0}, finals[] = {4, 1};
+  return cs_Regular(x.data(), int(x.size()), next, 6, 3, 1, finals, 2);
+}
+
 static const auto functions = faults("FunctionFaults",
     {
         {.name = "Mul", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Mul(x[0], x[1]); }},
@@ -234,6 +241,33 @@ static const auto functions = faults("FunctionFaults",
         {.name = "Abs", .domains = {"{-3, 1, 5}"}, .run = [](Vars& x) { return cs_Abs(x[0]); }},
         {.name = "Element", .domains = {"0..9"}, .run = [](Vars& x) { return cs_Element(x[0], entries, 4); }},
         {.name = "Index", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_Index(x.data(), 3, 4); }},
+        {.name = "OccurConstraints",
+            .domains = {"0..9", "0..9", "7", "{1, 4}", "2..5"},
+            .run = [](Vars& x) { return cs_OccurConstraints(x[0], 4, &x[1], 4); }},
+        {.name = "Occur",
+            .domains = {"0..9", "0..9", "7", "{1, 4}", "2..5"},
+            .run =
+                [](Vars& x) {
+                  cs_Occur(x[0], 4, &x[1], 4);
+                  return nbAttached(x[4]) > 0;
+                }},
+        {.name = "OccurDomain",
+            .domains = {"0..9", "7", "{1, 4}", "2..5"},
+            .prepare = fillVariables,
+            .run = [](Vars& x) { return cs_OccurDomain(4, x.data(), 4); }},
+        {.name = "OccurAtTheEndOfTheTrail",
+            .domains = {"0..4", "0..9", "2..5"},
+            .prepare = withTrail<1>,
+            .run = [](Vars& x) { return cs_OccurConstraints(x[0], 4, &x[1], 2); }},
+        {.name = "Regular", .domains = {"0..2", "0..2", "1..4"}, .run = [](Vars& x) { return spell(x); }},
+        {.name = "RegularAtTheEndOfTheTrail",
+            .domains = {"0..2", "0..2", "1..2"},
+            .prepare = withTrail<1>,
+            .run = [](Vars& x) { return spell(x); }},
+        {.name = "RegularStatesAtTheEndOfTheTrail",
+            .domains = {"0..2", "0..2", "1..2"},
+            .prepare = withTrail<4>,
+            .run = [](Vars& x) { return spell(x); }},
     });
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -291,6 +325,51 @@ static int firstFree(CSint** vars, int n)
 }
 
 static NoGoodSet* noGoods;
+
+// The answer of those that return nothing is whether they reached the last variable.
+template <typename Post>
+static FaultRow watcher(const char* name, Post post)
+{
+  return {.name = name, .domains = {"1..9", "2..4"}, .run = [=](Vars& x) {
+            post(x.data());
+            return nbAttached(x[1]) == 1;
+          }};
+}
+
+static std::vector<FaultRow> watchers()
+{
+  auto known = [](CSint** x) {
+    cs_eventKnown(
+        x, 2, [](int, int, CSint**, int, void*) { return 1; }, nullptr);
+  };
+  auto newMin = [](CSint** x) {
+    cs_eventNewMin(
+        x, 2, [](CSint*, int, int, CSint**, int, void*) { return 1; }, nullptr);
+  };
+  return {
+      watcher("AllKnown",
+          [](CSint** x) {
+            cs_eventAllKnown(
+                x, 2, [](CSint**, int, void*) { return 1; }, nullptr);
+          }),
+      {.name = "AllKnownAlready",
+          .domains = {"3"},
+          .run =
+              [](Vars& x) {
+                return cs_eventAllKnown(
+                    x.data(), 1, [](CSint**, int, void*) { return 1; }, nullptr);
+              }},
+      watcher("Known", known),
+      watcher("NewMin", newMin),
+      watcher("Conflict",
+          [](CSint** x) {
+            auto ignore = [](CSint*, int, const ValueSelection*, CSint**, int, void*) {};
+            cs_eventConflict(x, 2, ignore, nullptr);
+          }),
+      atTheEndOfTheTrail<0>("KnownFirstAttachment", watcher("", known)),
+      atTheEndOfTheTrail<1>("NewMinSecondAttachment", watcher("", newMin)),
+  };
+}
 
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
@@ -461,7 +540,7 @@ static const std::vector<FaultRow> profiling = {
 static const int rows = faults("VariableFaults", variables) + faults("NarrowingFaults", narrowing) +
                         faults("RelationFaults", relations) + faults("SumFaults", sums()) +
                         faults("ReifiedFaults", reifications) + faults("SearchFaults", searching) +
-                        faults("ProfilerFaults", profiling);
+                        faults("ProfilerFaults", profiling) + faults("WatcherFaults", watchers());
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The start

@@ -4,6 +4,7 @@
  *
  * KU_SECONDS is the time to spend (default 3), KU_SEQUENCES the greatest number of sequences, KU_SEED the first seed.
  */
+#include "automaton.h"
 #include "sequence.h"
 
 #include <algorithm>
@@ -166,6 +167,31 @@ static bool isAtLeast(int x, const Values& p) { return x >= p[0]; }
 static bool isEqual(int x, const Values& p) { return x == p[0]; }
 static bool isUnequal(int x, const Values& p) { return x != p[0]; }
 
+/// The count stands first or last. The weak form knows of what it can be, the strong one of what that says of the
+/// array.
+template <int place, bool strong>
+static bool occurrences(const Sets& x, const Values& p)
+{
+  Set* count = place == 0 ? x.front() : x.back();
+  Sets array(x.begin() + (place == 0), x.end() - (place != 0));
+  int sure = 0, possible = 0;
+  for (const Set* s : array) {
+    sure += *s == Set{p[0]};
+    possible += s->count(p[0]) != 0;
+  }
+  if (!naive::atLeast(count, sure) || !naive::atMost(count, possible))
+    return false;
+  for (Set* s : array) {
+    if (!strong || sure == possible || !s->count(p[0]) || naive::fixed(s))
+      continue;
+    if (naive::low(count) == possible)
+      *s = {p[0]};
+    else if (naive::high(count) == sure)
+      s->erase(p[0]);
+  }
+  return true;
+}
+
 static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSint*, int, int), Rule rule)
 {
   return {.name = name,
@@ -299,6 +325,27 @@ static const std::vector<SequenceRow> rows = {
     reifiedValue("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
     tie("cs_IfEq", true, cs_IfEq, naive::ifEq),
     tie("cs_IfNeq", false, cs_IfNeq, naive::ifNeq),
+    {.name = "cs_OccurConstraints",
+        .weight = 4,
+        .count = {2, 5},
+        .parameters = one,
+        .post = [](Vars& x, Values& p) { return cs_OccurConstraints(x[0], p[0], x.data() + 1, int(x.size()) - 1); },
+        .strong = occurrences<0, true>,
+        .weak = occurrences<0, false>},
+    {.name = "cs_OccurDomain",
+        .weight = 4,
+        .count = {1, 4},
+        .functional = true,
+        .parameters = one,
+        .post = [](Vars& x, Values& p) { return cs_OccurDomain(p[0], x.data(), int(x.size())); },
+        .strong = occurrences<-1, true>,
+        .weak = occurrences<-1, false>},
+    {.name = "cs_Regular",
+        .weight = 6,
+        .count = {1, 5},
+        .parameters = automaton::draw,
+        .post = [](Vars& x, Values& p) { return automaton::post(x, p); },
+        .strong = automaton::rule},
 };
 
 // Sequences that once failed.
