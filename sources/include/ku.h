@@ -736,8 +736,8 @@ CS_API int cs_IfNeq(CSint* x, CSint* y, int xValue, int yValue);
  *     cs_restoreContextUntil(label);
  *
  * The depth of the recursion is the number of decisions on a branch, one of them for each variable that isn't fixed by
- * propagation; each takes well under 200 bytes of stack, one of the drivers by rating somewhat more. The drivers
- * allocate nothing, but for the array of cs_Vsearch and, in the drivers by rating, one bit-set for each level.
+ * propagation; each takes less than 200 bytes of stack, in an optimised build. The drivers allocate nothing, but for
+ * the array of cs_Vsearch and, in the drivers by rating, one bit-set for each level.
  * One search runs at a time; one entered from a callback clears the counters and the cancel flag of the outer one.
  *
  * A callback may read anything and call cs_cancelSearch. The domains that it sees are those of the branch; what it
@@ -962,8 +962,9 @@ CS_API void cs_filterNoGood(NoGoodSet* set, NoGoodFilter filter);
  *
  * Depth-first search through one value selector for each position of the array (the same one may stand at several). A
  * level asks for its variable, then for two decisions; makes the first, in a context of its own, and searches below;
- * when that failed restores the context and goes on with the second, after it has asked for the third. At a solution,
- * at the limit and after a cancel all contexts of the branch stay saved, one for each decision; when exhausted, none.
+ * when that failed restores the context and goes on with the second, after it has asked for the third. At a solution
+ * and at the limit all contexts of the branch stay saved, one for each decision; when exhausted, none; a cancel leaves
+ * contexts unbalanced, as with cs_search.
  *
  * Where a selector's `end` answers no after a solution, that is a failure for the level above, though it counts as
  * none and the level's context stays saved. Where it answers no behind the last decision, or at the limit, the driver
