@@ -667,7 +667,7 @@ CS_API void cs_eventNewMin(CSint** array, int size, CSeventChange callback, void
 CS_API void cs_eventNewMax(CSint** array, int size, CSeventChange callback, void* extra);
 CS_API void cs_eventNeq(CSint** array, int size, CSeventChange callback, void* extra);
 
-/* A decision on a variable. */
+/* A decision on a variable, or a change that is told as one: a method and its value, as at most 4. */
 typedef struct ValueSelection
 {
   int32_t method; /* one of the following */
@@ -736,8 +736,8 @@ CS_API int cs_IfNeq(CSint* x, CSint* y, int xValue, int yValue);
  *     cs_restoreContextUntil(label);
  *
  * The depth of the recursion is the number of decisions on a branch, one of them for each variable that isn't fixed by
- * propagation; each takes well under 200 bytes of stack, one of the drivers by rating somewhat more. The drivers
- * allocate nothing, but for the array of cs_Vsearch and, in the drivers by rating, one bit-set for each level.
+ * propagation; each takes less than 200 bytes of stack, in an optimised build. The drivers allocate nothing, but for
+ * the array of cs_Vsearch and, in the drivers by rating, one bit-set for each level.
  * One search runs at a time; one entered from a callback clears the counters and the cancel flag of the outer one.
  *
  * A callback may read anything and call cs_cancelSearch. The domains that it sees are those of the branch; what it
@@ -852,7 +852,8 @@ typedef int (*CSfindFreeColumn)(int row, CSint** variables, int cols);
 /* Rates the value for the variable at a row and a column: the lower, the earlier. */
 typedef int (*CSmatrixCriteria)(int row, int column, int value);
 
-/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. The selectors alone look at the counts. */
+/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. Only the selectors look at the counts.
+ */
 CS_API int cs_searchMatrix(CSint*** matrix, int rows, int cols, CSfindFreeRow findFreeRow,
     CSfindFreeColumn findFreeColumn, CSmatrixCriteria criteria);
 
@@ -867,7 +868,8 @@ CS_API int cs_searchMatrixFail(CSint*** matrix, int rows, int cols, CSfindFreeRo
  * the other. The decisions of a level should leave no value of the variable out, or solutions are missed.
  * ------------------------------------------------------------------------------------------------------------------ */
 
-/* Makes the decision, by cs_EQ, cs_NEQ, cs_LE, cs_LT, cs_GE or cs_GT: 1, or 0. Another method ends the process. */
+/* Makes the decision (see ValueSelection) by cs_EQ, cs_NEQ, cs_LE, cs_LT, cs_GE or cs_GT: 1, or 0. Another method ends
+ * the process. */
 CS_API int cs_selectValue(CSint* variable, const ValueSelection* selection);
 
 /*
@@ -914,8 +916,8 @@ CS_API int cs_endValueSelector(ValueSelector* selector, int position, CSint** va
  * no-good watches two of its decisions, so an event costs one step for each no-good that watches the variable. What is
  * added acts from the next event of a watched variable on: nothing is narrowed by adding.
  *
- * The sets lie outside the contexts: what was added stays when a context is restored. A set itself goes with the context
- * in which it was made.
+ * The sets lie outside the contexts: what was added stays when a context is restored. A set itself goes with the
+ * context in which it was made.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 typedef struct NoGoodSet NoGoodSet;
@@ -928,9 +930,9 @@ typedef int (*NoGoodFilter)(NoGoodSet* set, NoGood* noGood, CSint** variables, i
 typedef void (*NoGoodDestructor)(NoGoodSet* set, void* data);
 
 /*
- * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number; not
- * negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked for
- * each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
+ * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number;
+ * not negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked
+ * for each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
  */
 CS_API NoGoodSet* cs_createNoGoodSet(
     CSint** variables, int n, NoGoodFilter filter, int max, NoGoodDestructor destructor, void* data);
@@ -947,7 +949,8 @@ CS_API int cs_getNbNoGoods(const NoGoodSet* set);
 /* Sets the maximum, and drops those of longest ago that are too many. 0 lifts it; a negative one is ignored. */
 CS_API void cs_setMaxNbNoGoods(NoGoodSet* set, int max);
 
-/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and nothing else written. */
+/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and no more is written.
+ */
 CS_API int cs_getNbNoGoodElements(const NoGood* noGood);
 CS_API void cs_getNoGoodElementAt(int* position, ValueSelection* decision, const NoGood* noGood, int i);
 
@@ -959,8 +962,9 @@ CS_API void cs_filterNoGood(NoGoodSet* set, NoGoodFilter filter);
  *
  * Depth-first search through one value selector for each position of the array (the same one may stand at several). A
  * level asks for its variable, then for two decisions; makes the first, in a context of its own, and searches below;
- * when that failed restores the context and goes on with the second, after it has asked for the third. At a solution,
- * at the limit and after a cancel all contexts of the branch stay saved, one for each decision; when exhausted, none.
+ * when that failed restores the context and goes on with the second, after it has asked for the third. At a solution
+ * and at the limit all contexts of the branch stay saved, one for each decision; when exhausted, none; a cancel leaves
+ * contexts unbalanced, as with cs_search.
  *
  * Where a selector's `end` answers no after a solution, that is a failure for the level above, though it counts as
  * none and the level's context stays saved. Where it answers no behind the last decision, or at the limit, the driver
@@ -1013,8 +1017,8 @@ CS_API int cs_searchValueSelectorFail(CSint** variables, ValueSelector** selecto
 
 /*
  * The limit of failures of the next run, above 0: with 0 or less the run has no limit, and a search that is exhausted
- * is begun again. This callback is the whole schedule; the library lets no limit grow by itself. Called before the first
- * run and between runs, at the root.
+ * is begun again. This callback is the whole schedule; the library lets no limit grow by itself. Called before the
+ * first run and between runs, at the root.
  */
 typedef int (*CSrestartFails)(void* data);
 
@@ -1027,9 +1031,9 @@ typedef int (*CSrestartFails)(void* data);
  * is wrong.
  *
  * After a solution and at `maxFails` the contexts stay saved, one for each decision of the branch and in the first run
- * one more below them; otherwise contexts and domains are as on entry, after a cancel too. The counters run over all the
- * runs. A run whose last possible failure is just the one that reaches its limit can't be told from one that was cut
- * short: another run follows. So a constant limit without no-goods never ends where a run takes more failures.
+ * one more below them; otherwise contexts and domains are as on entry, after a cancel too. The counters run over all
+ * the runs. A run whose last possible failure is just the one that reaches its limit can't be told from one that was
+ * cut short: another run follows. So a constant limit without no-goods never ends where a run takes more failures.
  */
 CS_API int cs_searchValueSelectorRestartNG(CSint** variables, ValueSelector** selectors, int n,
     CSfindFreeVarIndex findFreeVarIndex, CSrestartFails restartFails, void* restartData, int maxFails,

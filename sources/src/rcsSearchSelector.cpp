@@ -107,8 +107,9 @@ static int acceptSolution(SelectorSearch* s, int32_t lastLevel)
 
 static void extractNoGood(int32_t level, const SearchFrame* frame, NoGoodSet* noGoods);
 
-/// On a solution and at the limit all contexts of the branch stay saved, and so they do on a cancel. The levels above
-/// the one that reached the limit fall straight through; they call their selectors' ends, but tell no leaving.
+/// On a solution and at the limit all contexts of the branch stay saved. The levels above the one that reached the
+/// limit fall straight through; they call their selectors' ends, but tell no leaving. On a cancel a level leaves its
+/// context, and its parent pops that one in place of its own, as in the plain search.
 static int _searchValueSelectorFailNG(SelectorSearch* s, int32_t level, SearchFrame* parent)
 {
   const int32_t index = s->_findFreeVarIndex(s->_vars, s->_n);
