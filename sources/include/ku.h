@@ -383,9 +383,9 @@ CS_API CSint* cs_ReifGE(CSint* x, int c);    /* x >= c */
  * consistent too. Null when out of memory.
  *
  * Cost: without holes in x or y a few comparisons for each of their events. With holes in either, each event of the two
- * variables walks over the overlap of their domains, 64 values at a time: as long as the boolean is open only up to the
- * first common value, later from end to end. Against a constant no event costs more than two comparisons. As a removal
- * does everywhere, the first inner hole of a variable makes its bit-set.
+ * variables walks over the overlap of their domains, 64 values at a time: while the boolean is open up to the first
+ * common value, and while it stands for equality from end to end. Against a constant an event costs a few comparisons
+ * at most. As a removal does everywhere, the first inner hole of a variable makes its bit-set.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
@@ -617,6 +617,80 @@ CS_API CSint* cs_OccurDomain(int value, CSint** variables, int n);
  */
 CS_API int cs_Regular(CSint** variables, int n, const int* transitions, int nbStates, int nbSymbols, int initial,
     const int* finals, int nbFinals);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Event watchers
+ *
+ * They hang a function of the client's on the variables of an array, as a constraint in all but name: propagation calls
+ * it, and it can fail the branch. The result of such a function is a boolean of which only the low 8 bits are read: 0
+ * fails the branch, and 256 does too.
+ *
+ * The array is kept by reference and must stay as it is, and alive, as long as the watcher lives, which is until the
+ * context in which it was posted is restored. It can't end itself. `extra` is passed through.
+ *
+ * A function is called in the middle of propagation: other constraints may not have seen the same change yet. It may
+ * read anything and narrow variables, which is queued then: results tell of immediate failures only. It may post
+ * constraints, save contexts and run a search, and must leave the contexts that it found as they were. It may be called
+ * twice for what looks like one change. While a profiler is enabled, the unary constraints that it calls have rows of
+ * their own in the report, under the locator's text for the call.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Called when all variables are instantiated. */
+typedef int (*CSeventAllKnown)(CSint** array, int size, void* extra);
+
+/* Called with the value of array[index]. */
+typedef int (*CSeventKnown)(int value, int index, CSint** array, int size, void* extra);
+
+/* Called for variable = array[index]. `oldValue` is the bound last told to constraints, or the value removed. */
+typedef int (*CSeventChange)(CSint* variable, int index, int oldValue, CSint** array, int size, void* extra);
+
+/*
+ * Watches for the moment at which all variables are instantiated. When that is so already, and with size < 1, calls at
+ * once, leaves no watcher behind and returns the answer. Else 1, or 0 when out of memory. When the last two variables
+ * become instantiated before the watcher is told of either, it calls twice.
+ */
+CS_API int cs_eventAllKnown(CSint** array, int size, CSeventAllKnown callback, void* extra);
+
+/*
+ * Calls for each variable that becomes instantiated; for those that are so already, during the posting, in the order
+ * of the array. An answer of 0 ends the posting there with 0, with the watcher attached. Else 1, or 0 when out of
+ * memory. With size < 1 it does nothing.
+ */
+CS_API int cs_eventKnown(CSint** array, int size, CSeventKnown callback, void* extra);
+
+/*
+ * They call when a minimum rises, a maximum falls, a value strictly between the bounds is removed; not during the
+ * posting, and with size < 1 not at all. A variable fixed to a value strictly between its bounds is no new
+ * bound, and a removal at a bound is no hole: cs_eventNewMin hears of cs_GE(v, 5), but of cs_EQ(v, 5) on 0..9 it
+ * doesn't. In a report cs_eventNeq stands under the name "cs_eventNewMax".
+ */
+CS_API void cs_eventNewMin(CSint** array, int size, CSeventChange callback, void* extra);
+CS_API void cs_eventNewMax(CSint** array, int size, CSeventChange callback, void* extra);
+CS_API void cs_eventNeq(CSint** array, int size, CSeventChange callback, void* extra);
+
+/*
+ * A change told as a decision, as at most 4: a method and its value.
+ */
+typedef struct ValueSelection
+{
+  int32_t method;
+  int32_t value;
+} ValueSelection;
+
+/*
+ * Called when propagation has failed. `variable` and `failing` are those of the change at which it failed: at least
+ * (method 4), at most (2), equal (0) or different (1). `index` is that of the list of attachments in which the watcher
+ * was found, and need not be the variable's. The record of `failing` lives only during the call.
+ */
+typedef void (*CSeventConflict)(
+    CSint* variable, int index, const ValueSelection* failing, CSint** array, int size, void* extra);
+
+/*
+ * Watches for failures; it can't prevent them. It calls only where the propagation that failed had come across it
+ * before the failing constraint: newer attachments of a variable come first, so post it after the constraints that it
+ * is to tell of. With size < 1 it does nothing.
+ */
+CS_API void cs_eventConflict(CSint** array, int size, CSeventConflict callback, void* extra);
 
 /* ---------------------------------------------------------------------------------------------------------------------
  * Conditionals

@@ -316,6 +316,51 @@ static const std::vector<FaultRow> reifications = {
     atTheEndOfTheTrail<1>("IfEqSecondAttachment", tie("", cs_IfEq)),
 };
 
+// The answer of those that return nothing is whether they reached the last variable.
+template <typename Post>
+static FaultRow watcher(const char* name, Post post)
+{
+  return {.name = name, .domains = {"1..9", "2..4"}, .run = [=](Vars& x) {
+            post(x.data());
+            return nbAttached(x[1]) == 1;
+          }};
+}
+
+static std::vector<FaultRow> watchers()
+{
+  auto known = [](CSint** x) {
+    cs_eventKnown(
+        x, 2, [](int, int, CSint**, int, void*) { return 1; }, nullptr);
+  };
+  auto newMin = [](CSint** x) {
+    cs_eventNewMin(
+        x, 2, [](CSint*, int, int, CSint**, int, void*) { return 1; }, nullptr);
+  };
+  return {
+      watcher("AllKnown",
+          [](CSint** x) {
+            cs_eventAllKnown(
+                x, 2, [](CSint**, int, void*) { return 1; }, nullptr);
+          }),
+      {.name = "AllKnownAlready",
+          .domains = {"3"},
+          .run =
+              [](Vars& x) {
+                return cs_eventAllKnown(
+                    x.data(), 1, [](CSint**, int, void*) { return 1; }, nullptr);
+              }},
+      watcher("Known", known),
+      watcher("NewMin", newMin),
+      watcher("Conflict",
+          [](CSint** x) {
+            auto ignore = [](CSint*, int, const ValueSelection*, CSint**, int, void*) {};
+            cs_eventConflict(x, 2, ignore, nullptr);
+          }),
+      atTheEndOfTheTrail<0>("KnownFirstAttachment", watcher("", known)),
+      atTheEndOfTheTrail<1>("NewMinSecondAttachment", watcher("", newMin)),
+  };
+}
+
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
         .domains = {"1..3", "1..3"},
@@ -424,7 +469,7 @@ static const std::vector<FaultRow> profiling = {
 static const int rows = faults("VariableFaults", variables) + faults("NarrowingFaults", narrowing) +
                         faults("RelationFaults", relations) + faults("SumFaults", sums()) +
                         faults("ReifiedFaults", reifications) + faults("SearchFaults", searching) +
-                        faults("ProfilerFaults", profiling);
+                        faults("ProfilerFaults", profiling) + faults("WatcherFaults", watchers());
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The start

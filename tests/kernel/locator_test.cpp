@@ -124,6 +124,20 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryConditional)
   EXPECT_NAMED(cs_IfNeq(x, y, 1, 2));
 }
 
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryWatcher)
+{
+  auto known = [](int, int, CSint**, int, void*) { return 1; };
+  auto change = [](CSint*, int, int, CSint**, int, void*) { return 1; };
+  auto conflict = [](CSint*, int, const ValueSelection*, CSint**, int, void*) {};
+  EXPECT_NAMED(cs_eventAllKnown(
+      vars, 2, [](CSint**, int, void*) { return 1; }, nullptr));
+  EXPECT_NAMED(cs_eventKnown(vars, 2, known, nullptr));
+  EXPECT_NAMED((cs_eventNewMin(vars, 2, change, nullptr), true));
+  EXPECT_NAMED((cs_eventNewMax(vars, 2, change, nullptr), true));
+  EXPECT_NAMED((cs_eventNeq(vars, 2, change, nullptr), true));
+  EXPECT_NAMED((cs_eventConflict(vars, 2, conflict, nullptr), true));
+}
+
 TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryOccurrenceAndWord)
 {
   static const int next[] = {0, 0}, finals[] = {0};
