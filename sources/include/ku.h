@@ -605,9 +605,10 @@ CS_API CSint* cs_OccurDomain(int value, CSint** variables, int n);
  * The array of variables is kept by reference and must stay as it is, and alive, as long as the constraint lives; the
  * tables may be freed at once. Domain consistent, as long as no variable stands at two positions (each position then
  * counts by itself, and only solutions are accepted). Posting takes time and memory in proportion to the edges of the
- * automaton unrolled over n steps: each is held three times, 8 bytes each. An event takes one test for each state
- * beside it and each value of the neighbouring variables, and a search only where it hit a watched edge. See G. Pesant,
- * "A regular language membership constraint for finite sequences of variables", 2004.
+ * automaton unrolled over n steps: some 24 bytes for each edge, and 50 for each state and each symbol of a step. An
+ * event takes one test for each state beside it and, where states have changed, each value of the neighbouring
+ * variables; it searches only where it hit a watched edge. See G. Pesant, "A regular language membership constraint for
+ * finite sequences of variables", 2004.
  *
  * Words over two symbols without three 1s in a row, the state being the number of 1s that were just read:
  *     static const int next[3 * 2] = {0, 1, 0, 2, 0, -1};

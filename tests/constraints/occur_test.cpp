@@ -123,15 +123,41 @@ TEST_F(Occur, FromTheCountToTheArray)
 
 TEST_F(Occur, ACountThatIsFixedBefore)
 {
-  CSint *most = makeVar("4"), *least = makeVar("1");
-  cs_saveContext();
-  EXPECT_TRUE(cs_OccurConstraints(most, 1, v.data(), 5));
-  EXPECT_EQ(texts(), "{0..2} 1 {0, 1} {5..9} {0..4}");
-  EXPECT_FALSE(cs_NEQ(v[4], 1));
-  cs_restoreContext();
-  EXPECT_TRUE(cs_OccurConstraints(least, 1, v.data(), 5));
-  EXPECT_EQ(texts(), "{0..2} 1 {0, 1} {5..9} {0..4}");
-  EXPECT_FALSE(cs_EQ(v[4], 1));
+  // Nothing of it reaches the array until an event of the array meets it.
+  struct
+  {
+    const char* count;
+    int value; ///< that the third variable is set to
+    const char* left;
+  } rows[] = {{"3", 0, "1 1 0 {5..9} 1"}, {"2", 1, "{0, 2} 1 1 {5..9} {0, 2..4}"}, {"4", 0, ""}, {"1", 1, ""}};
+  for (auto& row : rows) {
+    cs_saveContext();
+    EXPECT_TRUE(cs_OccurConstraints(makeVar(row.count), 1, v.data(), 5));
+    EXPECT_EQ(texts(), "{0..2} 1 {0, 1} {5..9} {0..4}");
+    EXPECT_EQ(cs_EQ(v[2], row.value), *row.left != '\0');
+    if (*row.left) {
+      EXPECT_EQ(texts(), row.left);
+    }
+    cs_restoreContext();
+  }
+}
+
+TEST_F(Occur, EachWayOfLosingTheValue)
+{
+  CSint* count = cs_OccurDomain(2, v.data(), 5);
+  struct
+  {
+    int (*narrow)(CSint*, int);
+    int value;
+    const char* left;
+  } rows[] = {{cs_GE, 3, "{0, 1}"}, {cs_GE, 2, "{0..2}"}, {cs_LE, 1, "{0, 1}"}, {cs_LE, 2, "{0..2}"},
+      {cs_NEQ, 2, "{0, 1}"}, {cs_NEQ, 3, "{0..2}"}, {cs_EQ, 3, "{0, 1}"}, {cs_EQ, 4, "{0, 1}"}, {cs_EQ, 2, "{1, 2}"}};
+  for (auto& row : rows) {
+    cs_saveContext();
+    EXPECT_TRUE(row.narrow(v[4], row.value));
+    EXPECT_EQ(textOf(count), row.left) << row.value;
+    cs_restoreContext();
+  }
 }
 
 TEST_F(Occur, VariablesThatAreWiderThanAtPosting)

@@ -9,7 +9,7 @@ using namespace kit;
 static Row words(const char* name, int twice)
 {
   return {.name = name,
-      .vars = {{.count = {1, 5}, .values = {-1, 5}, .twice = twice}},
+      .vars = {{.count = {1, 6}, .values = {-1, 3}, .size = 5, .holes = 20, .constants = 5, .twice = twice}},
       .prepare = [](Trial& t) { t.p = automaton::draw(t.random); },
       .post = [](Trial& t) { return automaton::post(t.x, t.p); },
       .holds = [](auto& v, auto& p) { return automaton::accepts(v, p); },
@@ -107,7 +107,7 @@ TEST_F(Regular, VariablesThatAreWiderThanAtPosting)
   for (CSint* v : x)
     cs_InInterval(v, 0, 70);
   cs_saveContext();
-  ASSERT_TRUE(cs_Regular(x.data(), 3, noThreeOnes, 3, 2, 0, &allStates[2], 1));
+  ASSERT_TRUE(cs_Regular(x.data(), 3, noThreeOnes, 3, 2, 0, allStates, 3));
   cs_acceptContext();
   cs_restoreContext();
   EXPECT_EQ(textOf(x[1]), "{-3..90}");
@@ -116,13 +116,16 @@ TEST_F(Regular, VariablesThatAreWiderThanAtPosting)
     int (*narrow)(CSint*, int);
     int value, result;
   } rows[] = {{cs_NEQ, -1, 1}, {cs_NEQ, 80, 1}, {cs_GE, -2, 1}, {cs_LE, 89, 1}, {cs_EQ, -3, 0}, {cs_EQ, 90, 0},
-      {cs_LE, -1, 0}, {cs_GE, 2, 0}, {cs_EQ, 1, 1}, {cs_EQ, 0, 0}};
+      {cs_LE, -1, 0}, {cs_GE, 2, 0}, {cs_EQ, 1, 1}, {cs_EQ, 0, 1}};
   for (auto& row : rows) {
     cs_saveContext();
     EXPECT_EQ(row.narrow(x[2], row.value), row.result) << row.value;
     EXPECT_EQ(row.narrow(x[1], row.value), row.result) << row.value;
     cs_restoreContext();
   }
+  EXPECT_TRUE(cs_EQ(x[2], 1) && cs_EQ(x[1], 1));
+  EXPECT_EQ(textOf(x[0]), "{-3..0, 2..90}") << "what the constraint doesn't know is passed over";
+  EXPECT_FALSE(cs_EQ(x[0], 2));
 }
 
 TEST_F(Regular, FailuresThatAreNotRestored)

@@ -14,11 +14,11 @@ namespace kit::automaton {
 
 inline Values draw(Random& random)
 {
-  int nbStates = random.pick(1, 5), nbSymbols = random.pick(1, 5), nbFinals = random.pick(1, 3);
+  int nbStates = random.pick(1, 7), nbSymbols = random.pick(2, 4), nbFinals = random.pick(1, 4);
   Values p = {nbStates, nbSymbols, random.pick(0, nbStates - 1), nbFinals};
   for (int i = 0; i < nbFinals; i++)
     p.push_back(random.chance(15) ? random.pick(-2, nbStates + 1) : random.pick(0, nbStates - 1));
-  const int nowhere[] = {-1, nbStates, -7}, none = random.pick(0, 60);
+  const int nowhere[] = {-1, nbStates, -7}, none = random.pick(0, 50);
   for (int i = 0; i < nbStates * nbSymbols; i++)
     p.push_back(random.chance(none) ? random.oneOf(nowhere) : random.pick(0, nbStates - 1));
   return p;
