@@ -917,6 +917,10 @@ CS_API int cs_endValueSelector(ValueSelector* selector, int position, CSint** va
  * no-good watches two of its decisions, so an event costs one step for each no-good that watches the variable. What is
  * added acts from the next event of a watched variable on: nothing is narrowed by adding.
  *
+ * Known weakness: where a no-good has two decisions on the same variable, an event of that variable may pass over older
+ * no-goods, so that a combination which they forbid can go through. What searches learn only repeats what other
+ * constraints say, so nothing is lost there; for constraints of your own use decisions on different variables.
+ *
  * The sets lie outside the contexts: what was added stays when a context is restored. A set itself goes with the
  * context in which it was made.
  * ------------------------------------------------------------------------------------------------------------------ */

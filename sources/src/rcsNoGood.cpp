@@ -6,6 +6,9 @@
  * only at the no-goods that watch its variable. When all elements but one hold, the last one is forbidden; when all
  * hold, the search fails. A one-element no-good watches its element twice.
  *
+ * What is learnt only repeats what the other constraints say, so a set may miss a combination that it forbids; it does
+ * where a no-good has two decisions on one variable.
+ *
  * The set, its list and the watches lie outside the trail: a no-good holds everywhere, and a watch that was right when
  * more elements held is right when fewer do.
  */
@@ -215,18 +218,16 @@ static int checkNoGood(NoGood* nge, int32_t index)
   return 1;
 }
 
-/// The check may move both watches of its no-good to other lists, so the next node is read before it, and is one of
-/// another no-good: behind a node that has left the walk would go on in another variable's list.
+/// The check may move both watches of its no-good to other lists, so the next node is read before it. Where that is the
+/// no-good's other watch the walk goes on from it in the list that it has gone to, and those behind it here wait for a
+/// later event. This is kept: which no-goods act at which event decides what a search with restarts learns.
 static int wakeWatching(const Tconstraint* t)
 {
   NoGoodSet* ngs = dataOf<NoGoodData>(t)->_set;
   const int32_t index = t->_index;
-  for (NoGoodWatch* watch = ngs->_watches[index]; watch;) {
-    NoGood* owner = watch->_owner;
-    do
-      watch = watch->_next;
-    while (watch && watch->_owner == owner);
-    if (!checkNoGood(owner, index))
+  for (NoGoodWatch *watch = ngs->_watches[index], *next; watch; watch = next) {
+    next = watch->_next;
+    if (!checkNoGood(watch->_owner, index))
       return 0;
   }
   return 1;

@@ -198,7 +198,21 @@ TEST_F(NoGoods, ReductionDropsWhatIsNeedless)
   EXPECT_EQ(before.changesOfVars(), "");
 }
 
-// All solutions against brute force: the no-goods are constraints like any other.
+TEST_F(NoGoods, AWalkGoesOnWhereItsNextNodeHasGone)
+{
+  add(set, {{0, CS_SELECT_GE, 1}, {1, CS_SELECT_EQ, 5}});
+  add(set, {{0, CS_SELECT_GE, 3}, {0, CS_SELECT_GE, 4}, {1, CS_SELECT_EQ, 7}, {2, CS_SELECT_EQ, 7}});
+  // Both watches of the newer one leave for the lists of other variables, and the walk with the second.
+  EXPECT_TRUE(cs_GE(x[0], 5));
+  EXPECT_EQ(set->_first->_p1, 3);
+  EXPECT_EQ(set->_first->_p2, 2);
+  EXPECT_EQ(textOf(x[1]), "{0..9}");
+  EXPECT_TRUE(cs_GE(x[0], 6));
+  EXPECT_EQ(textOf(x[1]), "{0..4, 6..9}");
+}
+
+// All solutions against brute force. Where no no-good has two decisions on a variable, the set forbids exactly what it
+// says; else it may miss something, but never forbids more.
 static std::vector<std::vector<Decision>> noGoods;
 static std::vector<Values> solutions;
 
@@ -215,6 +229,7 @@ TEST_F(NoGoods, ForbidExactlyWhatTheySay)
   for (uint64_t trial = 0; trial < 400; trial++) {
     Random random(seedOf("NoGoods", trial));
     cs_saveContext();
+    const bool exact = random.chance(50);
     int n = random.pick(1, 4);
     Vars v;
     for (int i = 0; i < n; i++)
@@ -223,8 +238,12 @@ TEST_F(NoGoods, ForbidExactlyWhatTheySay)
     noGoods.clear();
     for (int i = random.pick(1, 6); i > 0; i--) {
       std::vector<Decision> noGood;
-      for (int length = random.pick(1, 5); length > 0; length--)
-        noGood.push_back({random.pick(0, n - 1), random.pick(0, 5), random.pick(-1, 4)});
+      for (int length = random.pick(1, 5); length > 0; length--) {
+        Decision e = {random.pick(0, n - 1), random.pick(0, 5), random.pick(-1, 4)};
+        auto sameVariable = [&](const Decision& other) { return other.position == e.position; };
+        if (!exact || std::none_of(noGood.begin(), noGood.end(), sameVariable))
+          noGood.push_back(e);
+      }
       noGoods.push_back(noGood);
       add(some, noGood);
     }
@@ -251,7 +270,11 @@ TEST_F(NoGoods, ForbidExactlyWhatTheySay)
       for (int i = 0; i < count; i++)
         solutions.back().push_back(cs_getValue(vars[i]));
     });
-    EXPECT_EQ(solutions, expected) << "trial " << trial;
+    if (exact)
+      EXPECT_EQ(solutions, expected) << "trial " << trial;
+    else
+      EXPECT_TRUE(std::includes(solutions.begin(), solutions.end(), expected.begin(), expected.end()))
+          << "trial " << trial;
     nbForbidden += nbAll - expected.size();
     cs_restoreContext();
   }
