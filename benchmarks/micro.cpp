@@ -185,6 +185,8 @@ static const Family families[] = {
           cs_Element(x, table, 101);
         }},
     {"ifEq", [](CSint* x, CSint* y) { cs_IfEq(x, y, 3, 4); }},
+    {"varElement of 100", [](CSint*, CSint*) { cs_VarElement(cs_createCSint(0, 99), operands, 100); }},
+    {"varElementRange of 100", [](CSint*, CSint*) { cs_VarElementRange(cs_createCSint(0, 99), operands, 100); }},
 };
 
 static void familyEvent(benchmark::State& state)

@@ -234,6 +234,13 @@ static const auto functions = faults("FunctionFaults",
         {.name = "Abs", .domains = {"{-3, 1, 5}"}, .run = [](Vars& x) { return cs_Abs(x[0]); }},
         {.name = "Element", .domains = {"0..9"}, .run = [](Vars& x) { return cs_Element(x[0], entries, 4); }},
         {.name = "Index", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_Index(x.data(), 3, 4); }},
+        {.name = "VarElement",
+            .domains = {"1..3", "0..2", "{5, 8}", "7"},
+            .prepare = fillVariables,
+            .run = [](Vars& x) { return cs_VarElement(x[0], x.data(), 4); }},
+        {.name = "VarElementRange",
+            .domains = {"1..3", "0..2", "{5, 8}", "7"},
+            .run = [](Vars& x) { return cs_VarElementRange(x[0], x.data(), 4); }},
     });
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -137,3 +137,9 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryWatcher)
   EXPECT_NAMED((cs_eventNeq(vars, 2, change, nullptr), true));
   EXPECT_NAMED((cs_eventConflict(vars, 2, conflict, nullptr), true));
 }
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryVariableElement)
+{
+  EXPECT_NAMED(cs_VarElement(x, vars, 2));
+  EXPECT_NAMED(cs_VarElementRange(y, vars, 2));
+}
