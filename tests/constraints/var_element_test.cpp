@@ -139,13 +139,29 @@ TEST_F(VarElement, AVariableThatLosesItsPositionStillTakesItsValuesFromTheResult
   }
 }
 
+TEST_F(VarElement, ASupportInsideTheBoundsIsRenewed)
+{
+  Vars x = make({"{0..9}", "{4..9}"});
+  CSint *i = makeVar("{0, 1}"), *z = cs_VarElement(i, x.data(), 2);
+  EXPECT_TRUE(cs_GE(z, 4) && cs_NEQ(x[0], 4) && cs_EQ(z, 4));
+  EXPECT_EQ(textOf(i), "1");
+}
+
 TEST_F(VarElement, ARunOfValuesGoesInOneStep)
 {
   Vars x = make({"{0..9}", "{5, 7}"});
   CSint* z = cs_VarElement(makeVar("{0, 1}"), x.data(), 2);
   Spy spy;
   spy.watch(z, "z");
+  auto top = [] {
+    TrailEvent* next = _rcsGetEventHeap();
+    next->_kind = Neq;
+    _rcsPopEvent();
+    return next;
+  };
+  TrailEvent* before = top();
   EXPECT_TRUE(cs_GE(x[0], 8));
+  EXPECT_EQ(top() - before, 3);
   // 5 stays by the other position, and 6 goes by itself.
   EXPECT_EQ(spy.log(), "z NewMin 0->5, z Neq 6");
 }
@@ -186,6 +202,7 @@ TEST_F(VarElement, AfterAnAcceptedContext)
         cs_restoreContextUntil(label);
         cs_saveContext();
         CSint* moved = all[way % 4];
+        (void)(cs_NEQ(x[1], 15), cs_NEQ(x[1], -4));
         // Failures, too, and what comes after them without a restore.
         (void)(way < 4 ? cs_GE(moved, 6) : way < 8 ? cs_LE(moved, 0) : cs_NEQ(moved, 3));
         (void)(cs_NEQ(z, 4), cs_GE(z, 5), cs_NEQ(x[2], 5), cs_LE(x[2], 6), cs_EQ(x[1], 12), cs_LE(i, 7));
