@@ -201,6 +201,8 @@ static const Family families[] = {
           fillTransitions(next, 50, 101);
           cs_Regular(operands, 100, next, 50, 101, 0, finals, 1);
         }},
+    {"varElement of 100", [](CSint*, CSint*) { cs_VarElement(cs_createCSint(0, 99), operands, 100); }},
+    {"varElementRange of 100", [](CSint*, CSint*) { cs_VarElementRange(cs_createCSint(0, 99), operands, 100); }},
 };
 
 static void familyEvent(benchmark::State& state)

@@ -555,6 +555,28 @@ CS_API CSint* cs_Abs(CSint* x);
 CS_API CSint* cs_Element(CSint* index, const int* table, int n);
 
 /*
+ * z = variables[index]. The index is cut to 0..n-1, and z has exactly the values that the variables at its positions
+ * have; it is a plain interval when these leave no gap. Domain consistent, by a remembered support for each value of z
+ * and for each position. Null with n = 0, and when the index has no position in the array; a negative n fails after
+ * raising the index's minimum to 0. A variable may stand at several positions, and may be the index itself. One at a
+ * position that the index has lost is left alone.
+ *
+ * Posting visits each value of each variable once. Afterwards an event costs a search over the positions for each value
+ * that has lost its support, mostly one for a whole run of them, and a walk over the common values for each position.
+ * Memory: 4 bytes for each integer between the smallest and the largest value, and for each position; for variables
+ * that are far apart take cs_VarElementRange.
+ */
+CS_API CSint* cs_VarElement(CSint* index, CSint** variables, int n);
+
+/*
+ * The same relation by bounds: z is an interval from the smallest to the largest value of the variables at the index's
+ * positions. A position leaves the index when its variable's bounds don't meet those of z; holes are looked at only
+ * where z or the variable is instantiated. Null as for cs_VarElement. Cost: constant for most events, a scan over the
+ * positions when one of the two that give z its bounds has moved. Memory: constant, but for the attachments.
+ */
+CS_API CSint* cs_VarElementRange(CSint* index, CSint** variables, int n);
+
+/*
  * A position at which variables[position] = value: its domain is the set of positions that can still have the value,
  * and when it is instantiated the variable there is set to the value. Several variables may have the value; a position
  * that isn't chosen says nothing of its variable. Domain consistent, from the first event on: a value that only one

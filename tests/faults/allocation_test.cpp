@@ -268,6 +268,13 @@ static const auto functions = faults("FunctionFaults",
             .domains = {"0..2", "0..2", "1..2"},
             .prepare = withTrail<4>,
             .run = [](Vars& x) { return spell(x); }},
+        {.name = "VarElement",
+            .domains = {"1..3", "0..2", "{5, 8}", "7"},
+            .prepare = fillVariables,
+            .run = [](Vars& x) { return cs_VarElement(x[0], x.data(), 4); }},
+        {.name = "VarElementRange",
+            .domains = {"1..3", "0..2", "{5, 8}", "7"},
+            .run = [](Vars& x) { return cs_VarElementRange(x[0], x.data(), 4); }},
     });
 
 // ---------------------------------------------------------------------------------------------------------------------

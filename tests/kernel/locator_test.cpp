@@ -151,3 +151,9 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfANoGoodSet)
 {
   EXPECT_NAMED(cs_createNoGoodSet(vars, 2, nullptr, 0, nullptr, nullptr));
 }
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryVariableElement)
+{
+  EXPECT_NAMED(cs_VarElement(x, vars, 2));
+  EXPECT_NAMED(cs_VarElementRange(y, vars, 2));
+}

@@ -205,6 +205,20 @@ static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSin
       .strong = std::move(rule)};
 }
 
+// The first argument is the index, over all of them.
+static SequenceRow chosen(const char* name, CSint* (*post)(CSint*, CSint**, int))
+{
+  return {.name = name,
+      .weight = 4,
+      .count = {2, 4},
+      .post = [=](Vars& x, Values&) { return post(x[0], x.data(), int(x.size())); },
+      .value = [](auto& x, auto&) -> std::optional<int64_t> {
+        if (x[0] < 0 || x[0] >= int(x.size()))
+          return std::nullopt;
+        return x[size_t(x[0])];
+      }};
+}
+
 static const std::vector<SequenceRow> rows = {
     unary("cs_EQ", cs_EQ, [](int x, const Values& p) { return x == p[0]; }),
     unary("cs_NEQ", cs_NEQ, [](int x, const Values& p) { return x != p[0]; }),
@@ -346,6 +360,8 @@ static const std::vector<SequenceRow> rows = {
         .parameters = automaton::draw,
         .post = [](Vars& x, Values& p) { return automaton::post(x, p); },
         .strong = automaton::rule},
+    chosen("cs_VarElement", cs_VarElement),
+    chosen("cs_VarElementRange", cs_VarElementRange),
 };
 
 // Sequences that once failed.
