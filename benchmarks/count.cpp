@@ -81,6 +81,28 @@ static void sum(bool withCoefficients, bool bounded, int times)
   measured(step, times);
 }
 
+/// Raises the minimum of x, with a reified comparison or equality of x and y. A truth of -1 leaves it open.
+static void reified(CSint* (*post)(CSint*, CSint*), int truth, int times)
+{
+  x = cs_createCSint(0, 10000000);
+  y = cs_createCSint(0, 20000000);
+  CSint* b = post(x, y);
+  if (truth >= 0)
+    cs_EQ(b, truth);
+  measured([](int i) { rcsSetMin(x, i); }, times);
+}
+
+/// Removes values from x, of 10^5 less some holes, with its reified equality to y fixed to true.
+static void reifiedWithHoles(int times)
+{
+  x = cs_createCSint(0, 100000);
+  y = cs_createCSint(0, 100000);
+  for (int value = 7; value < 100000; value += 7)
+    cs_NEQ(x, value);
+  cs_EQ(cs_ReifEq(x, y), 1);
+  measured([](int i) { rcsRemoveValue(x, 7 * i + 1); }, times);
+}
+
 struct Operation
 {
   const char* name;
@@ -99,6 +121,11 @@ static const Operation operations[] = {
     {"sigma-1000-bounded", [](int times) { sum(false, true, times); }},
     {"scalprod-1000", [](int times) { sum(true, false, times); }},
     {"scalprod-1000-bounded", [](int times) { sum(true, true, times); }},
+    {"reif-lt-open", [](int times) { reified(cs_ReifLt, -1, times); }},
+    {"reif-lt-true", [](int times) { reified(cs_ReifLt, 1, times); }},
+    {"reif-eq-open", [](int times) { reified(cs_ReifEq, -1, times); }},
+    {"reif-eq-true", [](int times) { reified(cs_ReifEq, 1, times); }},
+    {"reif-eq-true-holes", reifiedWithHoles},
 };
 
 int main(int argc, char** argv)

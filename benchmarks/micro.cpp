@@ -167,6 +167,13 @@ struct Family
 
 static CSint* operands[100];
 
+/// An automaton in which each state goes to any other by some symbol.
+static void fillTransitions(int* next, int nbStates, int nbSymbols)
+{
+  for (int i = 0; i < nbStates * nbSymbols; i++)
+    next[i] = (i / nbSymbols * 31 + i % nbSymbols * 7) % nbStates;
+}
+
 static const Family families[] = {
     {"lt", [](CSint* x, CSint* y) { cs_Lt(x, y); }},
     {"eq", [](CSint* x, CSint* y) { cs_Eq(x, y); }},
@@ -195,6 +202,17 @@ static const Family families[] = {
           cs_Cumulative(operands, durations, needs, 10, CSINT(4));
         }},
     {"ifEq", [](CSint* x, CSint* y) { cs_IfEq(x, y, 3, 4); }},
+    {"occur of 100", [](CSint*, CSint*) { cs_OccurDomain(50, operands, 100); }},
+    {"occur of 100, losing", [](CSint*, CSint*) { cs_OccurDomain(2, operands, 100); }},
+    {"regular of 100",
+        [](CSint*, CSint*) {
+          static int next[50 * 101];
+          static const int finals[] = {0};
+          fillTransitions(next, 50, 101);
+          cs_Regular(operands, 100, next, 50, 101, 0, finals, 1);
+        }},
+    {"varElement of 100", [](CSint*, CSint*) { cs_VarElement(cs_createCSint(0, 99), operands, 100); }},
+    {"varElementRange of 100", [](CSint*, CSint*) { cs_VarElementRange(cs_createCSint(0, 99), operands, 100); }},
 };
 
 static void familyEvent(benchmark::State& state)
@@ -255,5 +273,25 @@ BENCHMARK(postCumulative)
     ->ArgNames({"tasks", "wide"})
     ->ArgsProduct({{10, 30, 60}, {0, 1}})
     ->Unit(benchmark::kMicrosecond);
+
+/// Posts an automaton of 50 states and 20 symbols on 100 variables and takes it away again. Items are steps of the
+/// word.
+static void postRegular(benchmark::State& state)
+{
+  Solver solver;
+  cs_setProfilerLocator("", cheapLocator, nullptr);
+  constexpr int length = 100, nbStates = 50, nbSymbols = 20;
+  static int next[nbStates * nbSymbols];
+  static const int finals[] = {0, 7};
+  fillTransitions(next, nbStates, nbSymbols);
+  CSint** x = cs_createCSintArray(length, 0, nbSymbols - 1);
+  for (auto _ : state) {
+    cs_saveContext();
+    benchmark::DoNotOptimize(cs_Regular(x, length, next, nbStates, nbSymbols, 0, finals, 2));
+    cs_restoreContext();
+  }
+  state.SetItemsProcessed(state.iterations() * length);
+}
+BENCHMARK(postRegular)->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

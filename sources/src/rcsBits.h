@@ -26,20 +26,40 @@ inline uint64_t wordAt(const Domain* set, size_t index)
   return word;
 }
 
-/// The bits of the 64 values from `value` on, which the set must cover, the lowest bit first. Those behind its range
-/// say nothing. A null set has all of them on.
-inline uint64_t bitsFrom(const Domain* set, int32_t value)
+/// A walk over a set, 64 values at a time. Not valid across a change of the set.
+struct BitWalk
+{
+  const Domain* _set;
+  size_t _index; ///< of _word
+  size_t _count;
+  unsigned _shift;
+  uint64_t _word;
+};
+
+/// From `value` on, which the set must cover. A null set has all values on.
+inline BitWalk walkFrom(const Domain* set, int32_t value)
 {
   if (!set)
-    return ~uint64_t(0);
+    return {._set = nullptr, ._index = 0, ._count = 0, ._shift = 0, ._word = ~uint64_t(0)};
   assert(covers(set, value));
   uint32_t i = offsetOf(set, value);
-  size_t word = i >> 6;
-  unsigned shift = i & 63;
-  uint64_t bits = wordAt(set, word) >> shift;
-  if (shift && word + 1 < wordsOf(set))
-    bits |= wordAt(set, word + 1) << (64 - shift);
-  return bits;
+  size_t index = i >> 6;
+  return {._set = set, ._index = index, ._count = wordsOf(set), ._shift = i & 63, ._word = wordAt(set, index)};
+}
+
+/// The next 64 values, the lowest bit first. Bits behind the set's range say nothing.
+inline uint64_t nextBits(BitWalk& walk)
+{
+  uint64_t bits = walk._word >> walk._shift;
+  walk._word = ++walk._index < walk._count ? wordAt(walk._set, walk._index) : ~uint64_t(0);
+  return bits | walk._word << 1 << (63 - walk._shift); // in two steps, since a shift by 64 isn't one
+}
+
+/// The bits of the 64 values from `value` on alone.
+inline uint64_t bitsFrom(const Domain* set, int32_t value)
+{
+  BitWalk walk = walkFrom(set, value);
+  return nextBits(walk);
 }
 
 /// A mask of the lowest `count` bits, which is at least 1; of all 64 where `count` is more.

@@ -458,8 +458,6 @@ static inline bool wake(const Change& change, Tconstraint* t)
   return uint8_t(t->_constraint->_handlers[change._event](change._variable, t, change._old, change._now)) != 0;
 }
 
-constexpr uint32_t listensForFailure = 1;
-
 /// Gives back all that is pending, also for flushes further out, in one step.
 static void dropQueue()
 {

@@ -16,7 +16,7 @@
 
 struct CumulativeRef
 {
-  CumulativeData* _owner;
+  CumulativeData* _owner; ///< null once one of the four records is gone
 };
 
 struct CumulativeOrder
@@ -153,7 +153,7 @@ static bool canLoad(const CumulativeData* data, int32_t i)
 static int PstartTimeNewMinMaxEqEvent(CSint*, Tconstraint* t, int32_t, int32_t)
 {
   CumulativeData* data = dataOf<CumulativeRef>(t)->_owner;
-  if (!canLoad(data, t->_index))
+  if (!data || !canLoad(data, t->_index))
     return 1;
   const Task task = taskOf(data, t->_index);
   if (task.isCompulsory() && task.rMin >= 1 && !checkLoad(data, task.lst, task.ect()))
@@ -164,7 +164,7 @@ static int PstartTimeNewMinMaxEqEvent(CSint*, Tconstraint* t, int32_t, int32_t)
 static int PdurationNewMinEqEvent(CSint* duration, Tconstraint* t, int32_t, int32_t)
 {
   CumulativeData* data = dataOf<CumulativeOrder>(t)->_owner;
-  if (!canLoad(data, t->_index))
+  if (!data || !canLoad(data, t->_index))
     return 1;
   const Task task = taskOf(data, t->_index);
   CSint *resource = data->_resources[t->_index], *limit = data->_limit;
@@ -182,7 +182,7 @@ static int PdurationNewMinEqEvent(CSint* duration, Tconstraint* t, int32_t, int3
 static int PresourceNewMinEqEvent(CSint* resource, Tconstraint* t, int32_t, int32_t)
 {
   CumulativeData* data = dataOf<CumulativeRef>(t)->_owner;
-  if (!canLoad(data, t->_index))
+  if (!data || !canLoad(data, t->_index))
     return 1;
   const Task task = taskOf(data, t->_index);
   CSint* limit = data->_limit;
@@ -200,6 +200,8 @@ static int PresourceNewMinEqEvent(CSint* resource, Tconstraint* t, int32_t, int3
 static int PlimitNewMaxEqEvent(CSint*, Tconstraint* t, int32_t, int32_t)
 {
   auto* data = dataOf<CumulativeData>(t);
+  if (!data->_order)
+    return 1;
   int32_t from, to;
   return limitConsistent(&from, &to, data) && adjustPartial(data, from, to);
 }
@@ -218,12 +220,30 @@ static const Handler Presource[6] = {
 static const Handler Plimit[6] = {Ptrue, PlimitNewMaxEqEvent, Ptrue, PlimitNewMaxEqEvent, PlimitNewMaxEqEvent, Ptrue};
 
 // =====================================================================================================================
-// Posting
+// The records' ends
+//
+// The trail takes the attachments of a variable from the newest on, and after an accepted context that may be another
+// one than was recorded. So any of the four records may go first; what is left of the constraint is idle then.
 // =====================================================================================================================
+
+static void part(CumulativeData* data)
+{
+  if (!data || !data->_order)
+    return;
+  data->_startRef->_owner = data->_durationRef->_owner = data->_resourceRef->_owner = nullptr;
+  data->_order = nullptr;
+}
+
+template <typename Ref>
+static void endRef(void* record)
+{
+  part(static_cast<Ref*>(record)->_owner);
+}
 
 static void cumulativeDestructor(void* record)
 {
   auto* data = static_cast<CumulativeData*>(record);
+  part(data);
   for (int32_t i = 0; i < data->_size; i++)
     _rcsIntDestroy(&data->_windows[i]);
   free(data->_windows);
@@ -238,14 +258,22 @@ static void disjunctiveDestructor(void* record)
   _rcsIntDestroy(&block->_one);
 }
 
-/// The four constraints while they are made: the private record of each, until a constraint has taken it, and the
-/// constraint, held here beside its attachments.
-struct Posting
+// =====================================================================================================================
+// Posting
+// =====================================================================================================================
+
+/// The four records while constraints are made of them: null once a constraint has taken the record.
+struct Records
 {
   CumulativeData* _data;
   CumulativeRef* _startRef;
-  CumulativeOrder* _order;
+  CumulativeOrder* _durationRef;
   CumulativeRef* _resourceRef;
+};
+
+/// The constraints, each held here beside its attachments.
+struct Constraints
+{
   Constraint *_start, *_duration, *_resource, *_limit;
 };
 
@@ -259,71 +287,75 @@ static bool take(Block*& block, size_t size)
 }
 
 /// False when out of memory; what was had by then is in its places.
-static bool makeRecords(Posting* p, const CumulativeData& data)
+static bool makeRecords(Records* r, const CumulativeData& tasks)
 {
-  const auto n = size_t(data._size);
-  if (!take(p->_data, sizeof(CumulativeData)))
+  const auto n = size_t(tasks._size);
+  if (!take(r->_data, sizeof(CumulativeData)))
     return false;
-  *p->_data = data;
-  if (!take(p->_startRef, sizeof(CumulativeRef)) || !take(p->_order, sizeof(CumulativeOrder) + n * sizeof(int32_t)) ||
-      !take(p->_resourceRef, sizeof(CumulativeRef)) || !take(p->_data->_windows, n * sizeof(CSint)))
+  CumulativeData* data = r->_data;
+  *data = tasks;
+  if (!take(r->_startRef, sizeof(CumulativeRef)) ||
+      !take(r->_durationRef, sizeof(CumulativeOrder) + n * sizeof(int32_t)) ||
+      !take(r->_resourceRef, sizeof(CumulativeRef)) || !take(data->_windows, n * sizeof(CSint)))
     return false;
-  p->_startRef->_owner = p->_order->_owner = p->_resourceRef->_owner = p->_data;
-  p->_data->_order = p->_order->_order;
-  for (int32_t i = 0; i < data._size; i++) {
-    const Task task = taskOf(&data, i);
-    _rcsIntInit(&p->_data->_windows[i], task.est, task.lct());
-    p->_order->_order[i] = i;
+  data->_startRef = r->_startRef;
+  data->_durationRef = r->_durationRef;
+  data->_resourceRef = r->_resourceRef;
+  data->_order = r->_durationRef->_order;
+  r->_startRef->_owner = r->_durationRef->_owner = r->_resourceRef->_owner = data;
+  for (int32_t i = 0; i < tasks._size; i++) {
+    const Task task = taskOf(data, i);
+    _rcsIntInit(&data->_windows[i], task.est, task.lct());
+    data->_order[i] = i;
   }
   return true;
 }
 
-/// Makes the constraint of a record. It has one user more than its attachments, so it stays when none can be made.
 template <typename Block>
-static bool make(Constraint*& made, ConstraintInfo* info, Block*& block, const Handler* handlers)
+static bool make(
+    Constraint** made, ConstraintInfo* info, Block*& block, const Handler* handlers, void (*destructor)(void*))
 {
-  made = rcsCreateConstraint(info, block, handlers);
-  if (!made)
+  Constraint* constraint = *made = rcsCreateConstraint(info, block, handlers);
+  if (!constraint)
     return false;
-  made->_refCount++;
+  constraint->_refCount++;
+  constraint->_destructor = destructor;
   block = nullptr;
   return true;
 }
 
-static bool attachAll(Posting* p, ConstraintInfo* info)
+static bool attachAll(Constraints* c, Records* r, ConstraintInfo* info)
 {
-  const CumulativeData* data = p->_data;
-  if (!make(p->_start, info, p->_startRef, PstartTime) || !make(p->_duration, info, p->_order, Pduration) ||
-      !make(p->_resource, info, p->_resourceRef, Presource))
+  const CumulativeData* data = r->_data;
+  if (!make(&c->_start, info, r->_startRef, PstartTime, endRef<CumulativeRef>) ||
+      !make(&c->_duration, info, r->_durationRef, Pduration, endRef<CumulativeOrder>) ||
+      !make(&c->_resource, info, r->_resourceRef, Presource, endRef<CumulativeRef>))
     return false;
   for (int32_t i = 0; i < data->_size; i++)
-    if (!_rcsAddConstraint(p->_start, data->_startTimes[i], i) ||
-        !_rcsAddConstraint(p->_duration, data->_durations[i], i) ||
-        !_rcsAddConstraint(p->_resource, data->_resources[i], i))
+    if (!_rcsAddConstraint(c->_start, data->_startTimes[i], i) ||
+        !_rcsAddConstraint(c->_duration, data->_durations[i], i) ||
+        !_rcsAddConstraint(c->_resource, data->_resources[i], i))
       return false;
-  if (!make(p->_limit, info, p->_data, Plimit))
-    return false;
-  p->_limit->_destructor = cumulativeDestructor;
-  return _rcsAddConstraint(p->_limit, data->_limit, -1);
+  return make(&c->_limit, info, r->_data, Plimit, cumulativeDestructor) &&
+         _rcsAddConstraint(c->_limit, data->_limit, -1);
 }
 
-/// Gives up all that the posting holds. Where it didn't come to its end, attachments may have been made whose common
-/// record goes now: they stay, but listen no more.
-static void finish(Posting* p, bool posted)
+/// Gives up what the posting still holds. Where it didn't come to its end, attachments may have been made; the end of
+/// any record leaves these idle.
+static void letGo(const Constraints& c, const Records& r)
 {
-  Constraint* const constraints[] = {p->_start, p->_duration, p->_resource, p->_limit};
-  for (Constraint* made : constraints) {
-    if (made && !posted)
-      made->_handlers = Pdisjunction;
+  Constraint* const all[] = {c._start, c._duration, c._resource, c._limit};
+  for (Constraint* made : all)
     if (made && --made->_refCount == 0)
       freeConstraint(made);
+  if (r._data) {
+    if (r._data->_windows)
+      cumulativeDestructor(r._data);
+    free(r._data);
   }
-  if (p->_data && p->_data->_windows)
-    cumulativeDestructor(p->_data);
-  free(p->_data);
-  free(p->_startRef);
-  free(p->_order);
-  free(p->_resourceRef);
+  free(r._startRef);
+  free(r._durationRef);
+  free(r._resourceRef);
 }
 
 /// What the limits alone say, before there is a constraint. A task that may not run at all yet has its requirement left
@@ -368,14 +400,18 @@ static int doCumulative(
       ._limit = limit,
       ._size = n,
       ._windows = nullptr,
-      ._order = nullptr};
+      ._order = nullptr,
+      ._startRef = nullptr,
+      ._durationRef = nullptr,
+      ._resourceRef = nullptr};
   if (!obeyLimits(tasks))
     return 0;
-  Posting posting = {};
-  const bool made = makeRecords(&posting, tasks);
-  CumulativeData* data = posting._data;
-  const bool posted = made && raiseToStack(data) && attachAll(&posting, info);
-  finish(&posting, posted);
+  Records records = {};
+  Constraints constraints = {};
+  const bool made = makeRecords(&records, tasks);
+  CumulativeData* data = records._data;
+  const bool posted = made && raiseToStack(data) && attachAll(&constraints, &records, info);
+  letGo(constraints, records);
   int32_t from, to;
   return posted && limitConsistent(&from, &to, data) && adjustPartial(data, from, to);
 }

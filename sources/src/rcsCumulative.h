@@ -6,6 +6,9 @@
 
 #include "rcsBound.h"
 
+struct CumulativeRef;
+struct CumulativeOrder;
+
 /// The record that all handlers of one cumulative constraint reach. The three arrays are the client's own. The windows
 /// are trailed, so they never move: the trail points at them. The order isn't trailed: any permutation serves, it is
 /// the cache of a sort.
@@ -17,7 +20,10 @@ struct CumulativeData
   CSint* _limit;
   int32_t _size;
   CSint* _windows; ///< of each task: from the earliest start to the latest end that the energies still allow
-  int32_t* _order; ///< lies in the record of the duration constraint
+  int32_t* _order; ///< lies in the record of the duration constraint; null once one of the four records is gone
+  CumulativeRef* _startRef; ///< these three name this record as their owner
+  CumulativeOrder* _durationRef;
+  CumulativeRef* _resourceRef;
 };
 
 /// The bounds of a task, as they stand when it is read.

@@ -13,6 +13,9 @@ extern signed char IsProfileEnabled; ///< the queue tests it at each handler cal
 } // namespace kernel
 using namespace kernel;
 
+/// Bit of a constraint's _state: the queue calls it at failures only.
+constexpr uint32_t listensForFailure = 1;
+
 /// Wakes the handlers until the queue is empty or one of them fails, which only _failures tells.
 void _flushPropagationQueue(void);
 

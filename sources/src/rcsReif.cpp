@@ -46,6 +46,7 @@ static bool isFalse(const CSint* x, const CSint* y)
   return HalfLine<Upper, gap>::excludes(x, y->_max);
 }
 
+/// True is what has a false negation. `strict - gap` is the other gap.
 template <int32_t gap>
 static bool isTrue(const CSint* x, const CSint* y)
 {
@@ -84,7 +85,8 @@ static CSint* pushed(CSint* lesser, CSint* greater)
   return Side::moved == NewMin ? greater : lesser;
 }
 
-/// By the bound that the event tells and not by the present one: a later event brings the rest.
+/// By the bound that the event tells and not by the present one: a later event brings the rest. Where the step from it
+/// leaves the 32 bits nothing is pushed, and the enforcer fails when its turn comes.
 template <typename Side, int32_t gap>
 static int passOn(const CSint* v, CSint* lesser, CSint* greater, int32_t bound)
 {

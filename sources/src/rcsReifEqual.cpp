@@ -24,14 +24,14 @@ static bool areSame(const CSint* x, const CSint* y) { return isFixed(x) && isFix
 
 static bool haveHoles(const CSint* x, const CSint* y) { return hasHoles(x) || hasHoles(y); }
 
-static bool haveCommonValue(const CSint* x, const CSint* y)
+/// Not for disjoint ones. Out of line like the other walk, so that the way of variables without holes stays short.
+[[gnu::noinline]] static bool haveCommonValue(const CSint* x, const CSint* y)
 {
-  const int64_t low = x->_min > y->_min ? x->_min : y->_min, high = x->_max < y->_max ? x->_max : y->_max;
-  for (int64_t value = low; value <= high; value += 64) {
-    uint64_t both = bitsFrom(x->_domain, int32_t(value)) & bitsFrom(y->_domain, int32_t(value));
-    if (both & lowestBits(high - value + 1))
+  const int32_t low = x->_min > y->_min ? x->_min : y->_min, high = x->_max < y->_max ? x->_max : y->_max;
+  BitWalk inX = walkFrom(x->_domain, low), inY = walkFrom(y->_domain, low);
+  for (int64_t value = low; value <= high; value += 64)
+    if (nextBits(inX) & nextBits(inY) & lowestBits(high - value + 1))
       return true;
-  }
   return false;
 }
 
@@ -40,23 +40,27 @@ static bool areDifferent(const CSint* x, const CSint* y)
   return areDisjoint(x, y) || (haveHoles(x, y) && !haveCommonValue(x, y));
 }
 
-/// Removes what only one of the two has, ascending, between the bounds that x has at the start. A removal may run the
-/// queue, so the bits behind it are read again.
-static int removeDifferences(CSint* x, CSint* y)
+/// The first of low..high that is on in one of the two sets and off in the other, or a value above `high`.
+static int64_t nextDifference(const CSint* x, const CSint* y, int64_t low, int64_t high)
 {
-  const int32_t high = x->_max;
-  for (int64_t value = x->_min; value <= high;) {
-    uint64_t inX = bitsFrom(x->_domain, int32_t(value)), inY = bitsFrom(y->_domain, int32_t(value));
-    uint64_t inOne = (inX ^ inY) & lowestBits(high - value + 1);
-    if (!inOne) {
-      value += 64;
-      continue;
-    }
-    int first = std::countr_zero(inOne);
-    value += first;
-    if (!rcsRemoveValue((inX >> first) & 1 ? x : y, int32_t(value)))
+  if (low > high)
+    return low;
+  BitWalk inX = walkFrom(x->_domain, int32_t(low)), inY = walkFrom(y->_domain, int32_t(low));
+  for (int64_t value = low; value <= high; value += 64)
+    if (uint64_t inOne = nextBits(inX) ^ nextBits(inY))
+      return value + std::countr_zero(inOne);
+  return high + 1;
+}
+
+/// Removes what only one of the two has, ascending, between the bounds that x has at the start. A removal may run the
+/// queue, so each search for the next one reads the sets anew.
+[[gnu::noinline]] static int removeDifferences(CSint* x, CSint* y)
+{
+  const int64_t high = x->_max;
+  for (int64_t next = nextDifference(x, y, x->_min, high); next <= high; next = nextDifference(x, y, next + 1, high)) {
+    auto value = int32_t(next);
+    if (!rcsRemoveValue(rcsDomainIsOn(x->_domain, value) ? x : y, value))
       return 0;
-    value++;
   }
   return 1;
 }

@@ -251,3 +251,26 @@ TEST_F(Cumulative, AttachmentsAndTheirEnd)
   s = vars({"0..1", "0..1"});
   EXPECT_FALSE(postDisjunctive());
 }
+
+// Posted in an accepted context inside one that is then restored, which takes the newest attachment of a variable in
+// place of an older one: any of the records may go before the others. Nothing is read that was freed.
+TEST_F(Cumulative, AfterAnAcceptedContext)
+{
+  for (bool disjunctive : {false, true})
+    for (size_t touched = 0; touched < 7; touched++) {
+      s = vars({"0..9", "0..9"}), d = vars({"1..4", "2..5"}), r = vars({"0..2", "1..3"}), limit = makeVar("0..3");
+      const Vars all = {s[0], s[1], d[0], d[1], r[0], r[1], limit};
+      int label = cs_saveContext();
+      for (int times = 0; times < 2; times++)
+        cs_Lt(all[touched], makeVar("{30..40}"));
+      if (touched < 6)
+        cs_Lt(all[touched ^ 1], makeVar("{30..40}"));
+      cs_saveContext();
+      EXPECT_TRUE(disjunctive ? postDisjunctive() : post());
+      cs_acceptContext();
+      cs_restoreContextUntil(label);
+      label = cs_saveContext();
+      (void)(cs_EQ(s[0], 3), cs_GE(d[0], 3), cs_GE(r[0], 2), cs_LE(limit, 3), cs_LE(s[1], 7), cs_EQ(s[1], 4));
+      cs_restoreContextUntil(label);
+    }
+}

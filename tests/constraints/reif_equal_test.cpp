@@ -92,6 +92,12 @@ TEST_F(ReifEqualCase, MinimaAndMaximaAreEvenedOutInDifferentOrders)
   EXPECT_TRUE(inOneFlush([=] { return rcsRemoveValue(v, 8) && rcsSetValue(c, 0); }));
   EXPECT_EQ(high.log(), "v Neq 8, v NewMax 9->2, w NewMax 6->2");
   EXPECT_EQ(seen, "{0..2} {0..2, 5, 6}; {0..2} {0..2}; {0..2} {0..2}; ");
+  // The bound at which x comes to rest is itself a difference, and the first value of a word.
+  CSint *p = makeVar("{0..2, 64, 70}"), *q = makeVar("{0..2, 65, 66}"), *d = cs_ReifEq(p, q);
+  Spy last;
+  last.watch(p, "p").watch(q, "q");
+  EXPECT_TRUE(cs_EQ(d, 1));
+  EXPECT_EQ(last.log(), "p NewMax 70->2, q NewMax 66->2");
 }
 
 TEST_F(ReifEqualCase, WalksOverManyWords)
