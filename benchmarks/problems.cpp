@@ -121,8 +121,9 @@ static void colouring(benchmark::State& state)
 }
 BENCHMARK(colouring)->ArgNames({"side", "colourable"})->Args({7, 1})->Args({6, 0})->Unit(benchmark::kMillisecond);
 
-/// More pigeons than holes, as pairs of disequalities: nothing but search.
-static void pigeonholes(benchmark::State& state)
+/// More pigeons than holes, as pairs of disequalities: nothing but search, by each driver in turn.
+template <typename Run>
+static void pigeonholesBy(benchmark::State& state, Run run)
 {
   Solver solver;
   constexpr int n = 8;
@@ -130,9 +131,39 @@ static void pigeonholes(benchmark::State& state)
   for (size_t i = 0; i < n; i++)
     for (size_t j = i + 1; j < n; j++)
       cs_Neq(pigeons[i], pigeons[j]);
-  measure(state, [&] { return !cs_search(pigeons.data(), n, cs_findFreeVar); });
+  measure(state, [&] { return !run(pigeons.data(), n); });
+}
+
+static int firstFree(CSint** vars, int n)
+{
+  for (int i = 0; i < n; i++)
+    if (vars[i]->_min < vars[i]->_max)
+      return i;
+  return -1;
+}
+
+static void pigeonholes(benchmark::State& state)
+{
+  pigeonholesBy(state, [](CSint** vars, int n) { return cs_search(vars, n, cs_findFreeVar); });
 }
 BENCHMARK(pigeonholes)->Unit(benchmark::kMillisecond);
+
+static void pigeonholesByRating(benchmark::State& state)
+{
+  pigeonholesBy(state,
+      [](CSint** vars, int n) { return cs_searchCriteria(vars, n, firstFree, [](int, int value) { return value; }); });
+}
+BENCHMARK(pigeonholesByRating)->Unit(benchmark::kMillisecond);
+
+static void pigeonholesBySelector(benchmark::State& state)
+{
+  int kind = int(state.range(0));
+  pigeonholesBy(state, [=](CSint** vars, int n) {
+    std::vector<ValueSelector*> selectors(size_t(n), cs_getValueSelector(kind));
+    return cs_searchValueSelectorFail(vars, selectors.data(), n, firstFree, 0, nullptr);
+  });
+}
+BENCHMARK(pigeonholesBySelector)->ArgName("kind")->DenseRange(0, 4)->Unit(benchmark::kMillisecond);
 
 /// The letters D E M N O R S Y, and one linear equation.
 static void sendMoreMoney(benchmark::State& state)

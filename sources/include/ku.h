@@ -555,6 +555,28 @@ CS_API CSint* cs_Abs(CSint* x);
 CS_API CSint* cs_Element(CSint* index, const int* table, int n);
 
 /*
+ * z = variables[index]. The index is cut to 0..n-1, and z has exactly the values that the variables at its positions
+ * have; it is a plain interval when these leave no gap. Domain consistent, by a remembered support for each value of z
+ * and for each position. Null with n = 0, and when the index has no position in the array; a negative n fails after
+ * raising the index's minimum to 0. A variable may stand at several positions, and may be the index itself. One at a
+ * position that the index has lost is left alone.
+ *
+ * Posting visits each value of each variable once. Afterwards an event costs a search over the positions for each value
+ * that has lost its support, mostly one for a whole run of them, and a walk over the common values for each position.
+ * Memory: 4 bytes for each integer between the smallest and the largest value, and for each position; for variables
+ * that are far apart take cs_VarElementRange.
+ */
+CS_API CSint* cs_VarElement(CSint* index, CSint** variables, int n);
+
+/*
+ * The same relation by bounds: z is an interval from the smallest to the largest value of the variables at the index's
+ * positions. A position leaves the index when its variable's bounds don't meet those of z; holes are looked at only
+ * where z or the variable is instantiated. Null as for cs_VarElement. Cost: constant for most events, a scan over the
+ * positions when one of the two that give z its bounds has moved. Memory: constant, but for the attachments.
+ */
+CS_API CSint* cs_VarElementRange(CSint* index, CSint** variables, int n);
+
+/*
  * A position at which variables[position] = value: its domain is the set of positions that can still have the value,
  * and when it is instantiated the variable there is set to the value. Several variables may have the value; a position
  * that isn't chosen says nothing of its variable. Domain consistent, from the first event on: a value that only one
@@ -562,6 +584,111 @@ CS_API CSint* cs_Element(CSint* index, const int* table, int n);
  * variable has the value. In a profiler's report the constraint stands under the name "cs_Cumulative".
  */
 CS_API CSint* cs_Index(CSint** variables, int n, int value);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Occurrences of a value
+ *
+ * count = number of i with variables[i] = value. The array is kept by reference and must stay as it is, and alive, as
+ * long as the constraint lives. Each value of the array is looked at, holes too, so the count's bounds are exact: how
+ * many variables have the value, and how many can. Of the count only its bounds are looked at, and they reach the array
+ * in two cases: when the count is instantiated, and when a variable takes or loses the value and a bound of the count
+ * is thereby met: then all undecided variables lose the value, or all take it. So a count that is fixed before posting,
+ * or a bound that merely moves, reaches the array no sooner than the next such change; a solution is never missed and
+ * none is wrong. Cost: constant for a change of a variable, linear in n where the undecided ones are decided. Where
+ * nothing is undecided at posting, the count is set and nothing is attached; with n < 1 it is 0.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Posts that. The result is always 0 and says nothing: not even where the count can't be that number. */
+CS_API int cs_Occur(CSint* count, int value, CSint** variables, int n);
+
+/* The same, and it tells: 1, or 0 when the count can't be that number or memory ran out. */
+CS_API int cs_OccurConstraints(CSint* count, int value, CSint** variables, int n);
+
+/*
+ * The count as a new variable, from the number of variables that have the value to the number of those that can; or
+ * null when memory ran out.
+ */
+CS_API CSint* cs_OccurDomain(int value, CSint** variables, int n);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Cumulative and disjunctive: tasks on a resource
+ *
+ * Task i runs from startTimes[i] for durations[i] time units, the end excluded; with a duration of 0 it doesn't run. 1,
+ * or 0 on failure or when out of memory. The arrays are kept by reference and must stay as they are, and alive, as long
+ * as the constraint lives. With n < 1 the result is 1 and nothing is posted. Starts may be negative; durations should
+ * not be: a task that must end before it can start fails.
+ *
+ * Strength: the limits; the time table, made of the parts of tasks that run wherever they start; and the energy that
+ * must fall into the intervals from a task's earliest start to its latest end. There is no edge finding. Less than
+ * bounds consistency, and holes in the domains are ignored. Starts and durations, requirements and the limit are all
+ * narrowed; a task that can't be met is switched off by a duration of 0, which fails only where it must run.
+ *
+ * Known weakness: a wrong schedule is never accepted, but a right one may be lost. A new bound is carried on to where
+ * another task ends or starts at present, though that task could slide and the bound would then fit. With durations 1,
+ * 2, 1, 2 and starts in 4..6, 3..5, 2..4, 1 cs_Disjunctive is left with 4, 5, 3, 1, although 6, 4, 3, 1 fits too; with
+ * durations 2, 2, 2, 4 and starts in 4..6, 6..8, 6..9, 1 it fails, although 5, 7, 9, 1 fits. Who must not lose a
+ * schedule, as for a proof that there is none or that one is the best, models it by comparisons, which are exact. For
+ * tasks that may not overlap, of each two tasks x and y one ends before the other starts:
+ *     CSint* first = cs_ReifLe(cs_Add(startX, durationX), startY);
+ *     CSint* second = cs_ReifLe(cs_Add(startY, durationY), startX);
+ *     cs_GE(cs_Add(first, second), 1);
+ * and for a resource, at the start of each task x the requirements of all tasks y (x is one of them) that run then add
+ * up to at most the limit: y runs then if cs_Mul(cs_ReifLe(startY, startX), cs_ReifLt(startX, cs_Add(startY,
+ * durationY))) is 1. Two tasks, or tasks of length 1, lose nothing that was ever seen.
+ *
+ * Cost: an event takes time of up to the cube of n, and less where few other tasks share its span. Memory: 60 bytes for
+ * each task, and its three attachments.
+ *
+ * 32 bits: sums of times wrap, and so do the heights of stacked requirements; a start and a duration should add up
+ * inside the range. Energies are worked in 64 bits, but the unavoidable one of a single task in an interval wraps at 32
+ * (duration times requirement). An accepted context around a posting (cs_acceptContext) must leave alone what an outer
+ * one had changed: of these variables more than of others, as their attachments share one record.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * At each time the requirements of the tasks that run then add up to at most the limit. All four kinds of variables may
+ * be constants (CSINT) or not. Requirements should not be negative: a negative minimum counts as it stands, against the
+ * load of the others, and the rise of a requirement whose maximum is below 1 isn't looked at, so a wrong schedule could
+ * be accepted. Requirements may be given twice, as may starts and durations; but a variable that is a requirement and
+ * also the limit, or a requirement and also a start, can lead to a load above the limit that ends the process by abort.
+ */
+CS_API int cs_Cumulative(CSint** startTimes, CSint** durations, CSint** resources, int n, CSint* limit);
+
+/*
+ * No two tasks overlap: the same with requirements and limit 1. Two that must run at one time fail at posting. A task
+ * of no duration may lie inside another.
+ */
+CS_API int cs_Disjunctive(CSint** startTimes, CSint** durations, int n);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Words of an automaton
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * variables[0] ... variables[n - 1] spell a word that a deterministic finite automaton accepts. States are 0..nbStates
+ * - 1 and symbols 0..nbSymbols - 1. transitions[state * nbSymbols + symbol] is the next state; an entry that is no
+ * state, such as -1, means that there is none. The word starts in `initial`, which must be a state and isn't checked,
+ * and ends in one of `finals`; those out of range are ignored.
+ *
+ * 1, or 0 when there is no such word or memory ran out. With n < 1 it is 1, whatever else is passed; without a final
+ * state in range 0, and nothing is touched. The variables are cut to the symbols, and stay so even where posting then
+ * fails; the constraint stays attached only when a word exists for the domains as they were cut.
+ *
+ * The array of variables is kept by reference and must stay as it is, and alive, as long as the constraint lives; the
+ * tables may be freed at once. Domain consistent, as long as no variable stands at two positions (each position then
+ * counts by itself, and only solutions are accepted). Posting takes time and memory in proportion to the edges of the
+ * automaton unrolled over n steps: some 24 bytes for each edge, and 50 for each state and each symbol of a step. An
+ * event takes one test for each state beside it and, where states have changed, each value of the neighbouring
+ * variables; it searches only where it hit a watched edge. See G. Pesant, "A regular language membership constraint for
+ * finite sequences of variables", 2004.
+ *
+ * Words over two symbols without three 1s in a row, the state being the number of 1s that were just read:
+ *     static const int next[3 * 2] = {0, 1, 0, 2, 0, -1};
+ *     static const int finals[3] = {0, 1, 2};
+ *     cs_Regular(x, n, next, 3, 2, 0, finals, 3);
+ */
+CS_API int cs_Regular(CSint** variables, int n, const int* transitions, int nbStates, int nbSymbols, int initial,
+    const int* finals, int nbFinals);
 
 /* ---------------------------------------------------------------------------------------------------------------------
  * Event watchers
@@ -613,18 +740,23 @@ CS_API void cs_eventNewMin(CSint** array, int size, CSeventChange callback, void
 CS_API void cs_eventNewMax(CSint** array, int size, CSeventChange callback, void* extra);
 CS_API void cs_eventNeq(CSint** array, int size, CSeventChange callback, void* extra);
 
-/*
- * A change told as a decision, as at most 4: a method and its value.
- */
+/* A decision on a variable, or a change that is told as one: a method and its value, as at most 4. */
 typedef struct ValueSelection
 {
-  int32_t method;
+  int32_t method; /* one of the following */
   int32_t value;
 } ValueSelection;
 
+#define CS_SELECT_EQ 0  /* the variable equals the value */
+#define CS_SELECT_NEQ 1 /* differs from it */
+#define CS_SELECT_LE 2  /* is at most the value */
+#define CS_SELECT_LT 3  /* is below it */
+#define CS_SELECT_GE 4  /* is at least the value */
+#define CS_SELECT_GT 5  /* is above it */
+
 /*
- * Called when propagation has failed. `variable` and `failing` are those of the change at which it failed: at least
- * (method 4), at most (2), equal (0) or different (1). `index` is that of the list of attachments in which the watcher
+ * Called when propagation has failed. `variable` and `failing` are those of the change at which it failed: at least,
+ * at most, equal or different. `index` is that of the list of attachments in which the watcher
  * was found, and need not be the variable's. The record of `failing` lives only during the call.
  */
 typedef void (*CSeventConflict)(
@@ -670,20 +802,25 @@ CS_API int cs_IfNeq(CSint* x, CSint* y, int xValue, int yValue);
  *     fail limit reached     0   contexts stay saved, domains as at that failure
  *     cancelled              0   contexts stay saved, unbalanced; the domains are a mixture
  *
- * So save a context before and restore it afterwards, whatever came out:
+ * What differs with cs_minimize, cs_findAll and restarts is said there. So save a context before and restore it
+ * afterwards, whatever came out:
  *     int label = cs_saveContext();
  *     if (cs_search(vars, n, cs_findFreeVar)) use(vars);
  *     cs_restoreContextUntil(label);
  *
  * The depth of the recursion is the number of decisions on a branch, one of them for each variable that isn't fixed by
- * propagation; each takes well under 200 bytes of stack. A driver allocates nothing, but for the array of cs_Vsearch.
+ * propagation; each takes less than 200 bytes of stack, in an optimised build. The drivers allocate nothing, but for
+ * the array of cs_Vsearch and, in the drivers by rating, one bit-set for each level.
  * One search runs at a time; one entered from a callback clears the counters and the cancel flag of the outer one.
+ *
+ * A callback may read anything and call cs_cancelSearch. The domains that it sees are those of the branch; what it
+ * narrows itself is undone with the context that is open at that moment.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
  * Selects the next variable to instantiate out of the `n` variables that the driver was given, or returns null when all
- * of them are instantiated: that is a solution. Called once at every level before anything else. It may read anything
- * and may call cs_cancelSearch. Returning an instantiated variable costs a level and makes no progress.
+ * of them are instantiated: that is a solution. Called once at every level before anything else. Returning an
+ * instantiated variable costs a level and makes no progress.
  */
 typedef CSint* (*CSfindFreeVar)(CSint** variables, int n);
 
@@ -729,6 +866,255 @@ CS_API CSint* cs_findFreeVar(CSint** variables, int n);              /* the firs
 CS_API CSint* cs_findFreeVarNbElements(CSint** variables, int n);    /* the fewest values */
 CS_API CSint* cs_findFreeVarNbElementsMin(CSint** variables, int n); /* the fewest values, then the smallest minimum */
 CS_API CSint* cs_findFreeVarNbConstraints(CSint** variables, int n); /* the most constraints ever attached */
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Optimising search
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Called at each solution of cs_minimize, which undoes it right afterwards: copy what is wanted. */
+typedef void (*CSfoundCost)(CSint** variables, int n, CSint* cost);
+
+/*
+ * Branch and bound: searches as cs_search does, calls `found`, undoes the solution, demands cost < m, where m is the
+ * minimum of the cost at that solution, and searches again from the root, until nothing is left. The last solution that
+ * `found` saw is the cheapest one. 1 if there was a solution.
+ *
+ * The cost needn't be among the variables, nor be instantiated at a solution: its minimum counts, so unless propagation
+ * keeps that attainable, put the cost among the variables. At the end the variables are as on entry, and the limits on
+ * the cost stay in force: they belong to the context that was open before the call. With no solution at all one context
+ * stays saved; after a cancel the search stands as above. The counters run over all the searches.
+ */
+CS_API int cs_minimize(CSint** variables, int n, CSfindFreeVar findFreeVar, CSint* cost, CSfoundCost found);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Search by rating
+ *
+ * A level tries the values of its variable by the client's rating, the lowest first, and of equal ratings the lower
+ * value. All values left are rated anew before each try, on the domains of the level's entry: a level of k values asks
+ * up to k (k + 1) / 2 times. A value rated 2147483647 is never tried; where nothing else is left, each of the remaining
+ * turns counts one choice point and one failure. What the drivers leave behind is as with cs_search, and a value that
+ * failed counts towards `fails` in the same way. When memory runs out, the level counts as one without values.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * Selects the position in the array of the next variable to instantiate; a negative number when none is free: that is a
+ * solution. Called once at every level before anything else.
+ */
+typedef int (*CSfindFreeVarIndex)(CSint** variables, int n);
+
+/* Rates the value for the variable at a position: the lower, the earlier. Called before the choice point is counted. */
+typedef int (*CScriteria)(int position, int value);
+
+/* Finds the first solution: 1, or 0. */
+CS_API int cs_searchCriteria(CSint** variables, int n, CSfindFreeVarIndex findFreeVarIndex, CScriteria criteria);
+
+/* The same, and gives up when `fails` values have failed; with fails < 1 without limit. */
+CS_API int cs_searchCriteriaFail(
+    CSint** variables, int n, CSfindFreeVarIndex findFreeVarIndex, CScriteria criteria, int fails);
+
+/*
+ * Selects the next row of the matrix to take a variable from, or a negative number when none has a free one: that is a
+ * solution. Called at the start, after each value that was assigned, on the domains that it left, and whenever the
+ * row has no free column. Naming such a row again and again never ends.
+ */
+typedef int (*CSfindFreeRow)(CSint*** matrix, int rows, int cols);
+
+/* Selects the position in the row of the next variable to instantiate, or a negative number when none is free there. */
+typedef int (*CSfindFreeColumn)(int row, CSint** variables, int cols);
+
+/* Rates the value for the variable at a row and a column: the lower, the earlier. */
+typedef int (*CSmatrixCriteria)(int row, int column, int value);
+
+/* As cs_searchCriteria, over `rows` pointers to rows of `cols` variables each. Only the selectors look at the counts.
+ */
+CS_API int cs_searchMatrix(CSint*** matrix, int rows, int cols, CSfindFreeRow findFreeRow,
+    CSfindFreeColumn findFreeColumn, CSmatrixCriteria criteria);
+
+/* The same, and gives up when `fails` values have failed; with fails < 1 without limit. */
+CS_API int cs_searchMatrixFail(CSint*** matrix, int rows, int cols, CSfindFreeRow findFreeRow,
+    CSfindFreeColumn findFreeColumn, CSmatrixCriteria criteria, int fails);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Value selectors
+ *
+ * A value selector says how a variable is branched on: it yields decisions, one at a time, and a driver makes one after
+ * the other. The decisions of a level should leave no value of the variable out, or solutions are missed.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* Makes the decision (see ValueSelection) by cs_EQ, cs_NEQ, cs_LE, cs_LT, cs_GE or cs_GT: 1, or 0. Another method ends
+ * the process. */
+CS_API int cs_selectValue(CSint* variable, const ValueSelection* selection);
+
+/*
+ * The callbacks of a selector; all answer yes or no. The state is a slot for an integer or a pointer that the driver
+ * keeps for each level. It isn't cleared: until `init` has written it, it holds anything. The variable is
+ * variables[position].
+ *
+ * init   called once before the first decision; with a no the driver gives the level up, without a failure
+ * next   fills in the next decision; no when there are no more. It must look at the domain as it is: the drivers call
+ *        it on the domains of the level's entry, for the decision after the one that they are about to make
+ * end    called once behind the last decision, and after a solution; what a no does there, the drivers say
+ */
+typedef int (*ValueSelectorInit)(int position, CSint** variables, int n, intptr_t* state);
+typedef int (*ValueSelectorNext)(ValueSelection* selection, int position, CSint** variables, int n, intptr_t* state);
+typedef int (*ValueSelectorEnd)(int position, CSint** variables, int n, intptr_t* state);
+
+typedef struct ValueSelector ValueSelector;
+
+#define CS_MIN_TO_MAX 0      /* each value, ascending */
+#define CS_MAX_TO_MIN 1      /* each value, descending */
+#define CS_LOWER_AND_UPPER 2 /* at most the middle of the bounds, then above it */
+#define CS_UPPER_AND_LOWER 3 /* at least the middle of the bounds, of two adjacent values the upper; then below it */
+#define CS_MEDIAN_AND_REST 4 /* the median, of an even number of values the lower one; then different from it */
+
+/* A selector of the library; null for another kind. It lives for ever and must not be freed. */
+CS_API ValueSelector* cs_getValueSelector(int kind);
+
+/* A new selector; `init` and `end` may be null, which is a yes. Null when out of memory. Free it after the search. */
+CS_API ValueSelector* cs_createValueSelector(ValueSelectorInit init, ValueSelectorNext next, ValueSelectorEnd end);
+
+CS_API void cs_freeValueSelector(ValueSelector* selector); /* null is ignored */
+
+/* The calls of the callbacks, for a driver of one's own. 1 or 0. */
+CS_API int cs_initValueSelector(ValueSelector* selector, int position, CSint** variables, int n, intptr_t* state);
+CS_API int cs_selectNextValue(
+    ValueSelection* selection, ValueSelector* selector, int position, CSint** variables, int n, intptr_t* state);
+CS_API int cs_endValueSelector(ValueSelector* selector, int position, CSint** variables, int n, intptr_t* state);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * No-goods
+ *
+ * A no-good is a list of decisions that must not all hold. A set of them is one constraint on an array of variables:
+ * when all decisions of a no-good but one hold, that one is forbidden, and when all hold, that is a failure. Each
+ * no-good watches two of its decisions, so an event costs one step for each no-good that watches the variable. What is
+ * added acts from the next event of a watched variable on: nothing is narrowed by adding.
+ *
+ * Known weakness: where a no-good has two decisions on the same variable, an event of that variable may pass over older
+ * no-goods, so that a combination which they forbid can go through. What searches learn only repeats what other
+ * constraints say, so nothing is lost there; for constraints of your own use decisions on different variables.
+ *
+ * The sets lie outside the contexts: what was added stays when a context is restored. A set itself goes with the
+ * context in which it was made.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+typedef struct NoGoodSet NoGoodSet;
+typedef struct NoGood NoGood;
+
+/* Decides whether a no-good is kept: no drops it. It must neither add no-goods nor change domains. */
+typedef int (*NoGoodFilter)(NoGoodSet* set, NoGood* noGood, CSint** variables, int n, void* data);
+
+/* Called when the set ends, while its no-goods are still there. */
+typedef void (*NoGoodDestructor)(NoGoodSet* set, void* data);
+
+/*
+ * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number;
+ * not negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked
+ * for each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
+ */
+CS_API NoGoodSet* cs_createNoGoodSet(
+    CSint** variables, int n, NoGoodFilter filter, int max, NoGoodDestructor destructor, void* data);
+
+/*
+ * Adds the no-good of `count` decisions, at least one, each on the variable at its position; copies both arrays. It is
+ * not kept where the filter drops it or a no-good of the set is the beginning of it; those that it is the beginning of
+ * go. A position must be in 0..count - 1, whatever the number of variables; another ends the process.
+ */
+CS_API void cs_addNoGood(NoGoodSet* set, const int* positions, const ValueSelection* decisions, int count);
+
+CS_API int cs_getNbNoGoods(const NoGoodSet* set);
+
+/* Sets the maximum, and drops those of longest ago that are too many. 0 lifts it; a negative one is ignored. */
+CS_API void cs_setMaxNbNoGoods(NoGoodSet* set, int max);
+
+/* The decisions of a no-good, for filters. For an `i` outside 0..count - 1 the position is -1 and no more is written.
+ */
+CS_API int cs_getNbNoGoodElements(const NoGood* noGood);
+CS_API void cs_getNoGoodElementAt(int* position, ValueSelection* decision, const NoGood* noGood, int i);
+
+/* Drops the no-goods for which `filter` answers no; asked oldest first. */
+CS_API void cs_filterNoGood(NoGoodSet* set, NoGoodFilter filter);
+
+/* ---------------------------------------------------------------------------------------------------------------------
+ * Selector search
+ *
+ * Depth-first search through one value selector for each position of the array (the same one may stand at several). A
+ * level asks for its variable, then for two decisions; makes the first, in a context of its own, and searches below;
+ * when that failed restores the context and goes on with the second, after it has asked for the third. At a solution
+ * and at the limit all contexts of the branch stay saved, one for each decision; when exhausted, none; a cancel leaves
+ * contexts unbalanced, as with cs_search.
+ *
+ * Where a selector's `end` answers no after a solution, that is a failure for the level above, though it counts as
+ * none and the level's context stays saved. Where it answers no behind the last decision, or at the limit, the driver
+ * tells no leaving of the level and learns nothing from it.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * What a client is told of a search, in the order in which it happens. Each callback may be null; the last argument
+ * of each is the pointer given to cs_createSearchNotify. The level is 0 at the first decision of a branch. The decision
+ * is valid during the call only.
+ *
+ * searchStart            before a search or a run of restarts, with the limit of failures as it will be tested
+ * enter                  a variable was chosen
+ * beforeValueSelection   the decision's context is saved and the choice point counted; it will now be made, unless the
+ *                        search has been cancelled
+ * afterValueSelection    the decision was made, with success 1 or 0; a failure is counted already. The limit is tested
+ *                        afterwards
+ * leave                  the decisions of the level have run out; not called at a solution, at the limit, on a cancel
+ * found                  a solution; yes accepts it, no rejects it and counts as a failure. Without this callback the
+ *                        first one is accepted. The level is that of the last decision: -1 if none was needed
+ * searchEnd              after a search or a run, with result 1 or 0, and its failures: all that cs_getNbFails tells,
+ *                        or the run's own with restarts
+ */
+typedef void (*CSsearchStart)(int fails, CSint** variables, int n, void* data);
+typedef void (*CSsearchLevel)(int level, int position, CSint** variables, int n, void* data);
+typedef void (*CSbeforeValueSelection)(
+    int level, int position, const ValueSelection* selection, CSint** variables, int n, void* data);
+typedef void (*CSafterValueSelection)(
+    int success, int level, int position, const ValueSelection* selection, CSint** variables, int n, void* data);
+typedef int (*CSsearchFound)(int level, CSint** variables, int n, void* data);
+typedef void (*CSsearchEnd)(int result, int nbFails, int fails, CSint** variables, int n, void* data);
+
+typedef struct SearchNotify SearchNotify;
+
+/* A record without callbacks, or null when out of memory. The drivers read it anew at each step; free it afterwards. */
+CS_API SearchNotify* cs_createSearchNotify(void* data);
+CS_API void cs_freeSearchNotify(SearchNotify* notify); /* null is ignored */
+
+CS_API void cs_searchNotifySetSearchStart(SearchNotify* notify, CSsearchStart callback);
+CS_API void cs_searchNotifySetSearchEnd(SearchNotify* notify, CSsearchEnd callback);
+CS_API void cs_searchNotifySetBeforeValueSelection(SearchNotify* notify, CSbeforeValueSelection callback);
+CS_API void cs_searchNotifySetAfterValueSelection(SearchNotify* notify, CSafterValueSelection callback);
+CS_API void cs_searchNotifySetEnter(SearchNotify* notify, CSsearchLevel callback);
+CS_API void cs_searchNotifySetLeave(SearchNotify* notify, CSsearchLevel callback);
+CS_API void cs_searchNotifySetFound(SearchNotify* notify, CSsearchFound callback);
+
+/* Finds the first solution: 1, or 0. Gives up at `fails` failures; with fails < 1 there is no limit. */
+CS_API int cs_searchValueSelectorFail(CSint** variables, ValueSelector** selectors, int n,
+    CSfindFreeVarIndex findFreeVarIndex, int fails, SearchNotify* notify);
+
+/*
+ * The limit of failures of the next run, above 0: with 0 or less the run has no limit, and a search that is exhausted
+ * is begun again. This callback is the whole schedule; the library lets no limit grow by itself. Called before the
+ * first run and between runs, at the root.
+ */
+typedef int (*CSrestartFails)(void* data);
+
+/*
+ * Searches in runs from the root, each with its own limit, until a run finds a solution (1), ends below its limit,
+ * exhausted or cancelled (0), or all runs together have `maxFails` failures (0; with maxFails < 1 there is no such
+ * limit, and else each run's limit is clipped to what is left). At the limit of a run the decisions of its branch go
+ * into `noGoods` as forbidden combinations, if that isn't null, and the set is reduced before the next run. It must
+ * have been made on the same variables in the same order. A selector must then not leave values out, or what is learnt
+ * is wrong.
+ *
+ * After a solution and at `maxFails` the contexts stay saved, one for each decision of the branch and in the first run
+ * one more below them; otherwise contexts and domains are as on entry, after a cancel too. The counters run over all
+ * the runs. A run whose last possible failure is just the one that reaches its limit can't be told from one that was
+ * cut short: another run follows. So a constant limit without no-goods never ends where a run takes more failures.
+ */
+CS_API int cs_searchValueSelectorRestartNG(CSint** variables, ValueSelector** selectors, int n,
+    CSfindFreeVarIndex findFreeVarIndex, CSrestartFails restartFails, void* restartData, int maxFails,
+    NoGoodSet* noGoods, SearchNotify* notify);
 
 /* ---------------------------------------------------------------------------------------------------------------------
  * Attribution and profiling

@@ -248,6 +248,110 @@ extern CS_API volatile unsigned char rcsCancelSearch; ///< may be set by a signa
 extern CS_API int32_t rcsNbChoicePoints;
 extern CS_API int32_t rcsNbFails;
 
+struct ValueSelector
+{
+  ValueSelectorInit _init; ///< or null: nothing to prepare
+  ValueSelectorNext _next;
+  ValueSelectorEnd _end; ///< or null: nothing to clean up
+};
+
+/// The selectors that cs_getValueSelector gives.
+extern CS_API ValueSelector rcsVSMinToMax;
+extern CS_API ValueSelector rcsVSMaxToMin;
+extern CS_API ValueSelector rcsVSLowerAndUpper;
+extern CS_API ValueSelector rcsVSUpperAndLower;
+extern CS_API ValueSelector rcsVSMedianAndRest;
+
+CS_API int rcsVSMinToMaxInit(int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSMaxToMinInit(int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSLowerAndUpperInit(int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSUpperAndLowerInit(int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSMedianAndRestInit(int position, CSint** variables, int n, intptr_t* state);
+
+CS_API int rcsVSMinToMaxNext(ValueSelection* selection, int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSMaxToMinNext(ValueSelection* selection, int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSLowerAndUpperNext(ValueSelection* selection, int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSUpperAndLowerNext(ValueSelection* selection, int position, CSint** variables, int n, intptr_t* state);
+CS_API int rcsVSMedianAndRestNext(ValueSelection* selection, int position, CSint** variables, int n, intptr_t* state);
+
+/// A client's callbacks on the progress of a search, each of which may be null.
+struct SearchNotify
+{
+  CSsearchStart _searchStart;
+  CSsearchEnd _searchEnd;
+  CSbeforeValueSelection _beforeValueSelection;
+  CSafterValueSelection _afterValueSelection;
+  CSsearchLevel _enter;
+  CSsearchLevel _leave;
+  CSsearchFound _found;
+  void* _data;
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// No-goods
+// ---------------------------------------------------------------------------------------------------------------------
+
+/// The decision on the variable at a position of the set's array. Of the elements of a no-good not all may hold.
+struct NoGoodElement : ValueSelection
+{
+  int32_t index;
+};
+static_assert(sizeof(NoGoodElement) == 12);
+
+struct NoGood;
+
+/// Node in the list of those that watch a variable.
+struct NoGoodWatch
+{
+  NoGood* _owner;
+  NoGoodWatch* _prev;
+  NoGoodWatch* _next;
+};
+
+struct NoGood
+{
+  NoGoodSet* _set;
+  NoGood* _prev; ///< toward the front of the set's list
+  NoGood* _next;
+  unsigned char _analyzed;
+  int32_t _p1;     ///< position of the first watched element
+  int32_t _p2;     ///< of the second one: another, where there are two
+  NoGoodWatch _w1; ///< in the list of the variable of the first watched element
+  NoGoodWatch _w2;
+  int32_t _nbElements; ///< 1 at least
+  NoGoodElement _elements[];
+};
+
+struct NoGoodSet
+{
+  CSint** _vars; ///< the caller's
+  int32_t _nbVars;
+  NoGoodFilter _filter; ///< or null
+  NoGood* _first;       ///< newest, or the one that fired last
+  NoGood* _last;        ///< the next to go
+  int32_t _nbNoGoods;
+  int32_t _maxNbNoGoods;
+  int32_t _walking; ///< walks over the list in progress: it isn't reordered meanwhile
+  NoGoodDestructor _destructor;
+  void* _data;
+  NoGoodWatch* _watches[]; ///< for each position of the array the head of its list
+};
+
+/// Adds a copy. False only when out of memory, and not where a filter or a shorter no-good made it needless.
+CS_API int rcsAddNewNoGood(NoGoodSet* ngs, const NoGoodElement* elements, int32_t count);
+
+/// Adds a record with its set, length and elements filled in, and takes it over.
+CS_API void rcsAddNoGood(NoGoodSet* ngs, NoGood* noGood);
+
+/// Shortens the no-good where replaying it on the present domains shows elements as needless.
+CS_API void rcsAnalyzeNoGood(CSint** variables, NoGood* noGood);
+
+/// Analyses the newest no-goods, up to the first that can't be shortened.
+CS_API void rcsReduceNoGood(NoGoodSet* ngs);
+
+extern CS_API NoGoodElement* rcsTmpOp; ///< scratch of the search at a limit of failures; null outside a search
+extern CS_API int32_t rcsTmpOpSize;    ///< elements that it has room for
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Attribution and profiling
 // ---------------------------------------------------------------------------------------------------------------------

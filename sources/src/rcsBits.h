@@ -55,6 +55,13 @@ inline uint64_t nextBits(BitWalk& walk)
   return bits | walk._word << 1 << (63 - walk._shift); // in two steps, since a shift by 64 isn't one
 }
 
+/// The bits of the 64 values from `value` on alone.
+inline uint64_t bitsFrom(const Domain* set, int32_t value)
+{
+  BitWalk walk = walkFrom(set, value);
+  return nextBits(walk);
+}
+
 /// A mask of the lowest `count` bits, which is at least 1; of all 64 where `count` is more.
 inline uint64_t lowestBits(int64_t count) { return ~uint64_t(0) >> (count < 64 ? 64 - count : 0); }
 

@@ -10,7 +10,7 @@
  * context inside another one is accepted and the outer one restored, the index may be wider than it was at posting:
  * positions outside the table have no entry, and no value of the result stands for them.
  */
-#include "rcsBound.h"
+#include "rcsPositions.h"
 #include "rcsPost.h"
 
 struct ElementPair
@@ -27,8 +27,6 @@ struct ElementData
   const int32_t* _values;
   ElementPair _pairs[]; ///< all entries, by value and then by position
 };
-
-static bool isInTable(const ElementData* e, int64_t position) { return 0 <= position && position < e->_nbValues; }
 
 /// By plain 32-bit subtraction: the span of the values is the client's duty.
 static int cmpReversePair(const void* a, const void* b)
@@ -63,7 +61,7 @@ static const ElementPair* endOf(const ElementData* e) { return e->_pairs + e->_n
 /// The index has lost a position: its value goes from the result unless it stands at another one.
 static int PelementIndexNeqEvent(const ElementData* e, int32_t position)
 {
-  if (!isInTable(e, position))
+  if (!isInTable(position, e->_nbValues))
     return 1;
   const int32_t value = e->_values[position];
   for (const ElementPair* pair = firstAtLeast(e, value); pair < endOf(e) && pair->value == value; pair++)
@@ -77,7 +75,7 @@ template <typename Side>
 static int loseBetween(const ElementData* e, int32_t old, int32_t now)
 {
   int32_t first = largerOf(0, smallerOf(old, e->_nbValues - 1));
-  for (int64_t p = first; isInTable(e, p) && Side::inside(now, p); p = Side::step(int32_t(p), 1))
+  for (int64_t p = first; isInTable(p, e->_nbValues) && Side::inside(now, p); p = Side::step(int32_t(p), 1))
     if (rcsDomainIsOn(e->_indexVar->_domain, int32_t(p)) && !PelementIndexNeqEvent(e, int32_t(p)))
       return 0;
   return 1;
@@ -86,7 +84,7 @@ static int loseBetween(const ElementData* e, int32_t old, int32_t now)
 static int fixResult(const ElementData* e)
 {
   int32_t position = e->_indexVar->_min;
-  return isInTable(e, position) && fixIfHeld(e->_result, e->_values[position]);
+  return isInTable(position, e->_nbValues) && fixIfHeld(e->_result, e->_values[position]);
 }
 
 // =====================================================================================================================
@@ -126,7 +124,7 @@ static int keepPositionsOf(const ElementData* e, int32_t value)
     return found == 1 && rcsSetValue(e->_indexVar, position);
   // A removal may move the bounds.
   for (int64_t p = e->_indexVar->_min; p <= e->_indexVar->_max; p++) {
-    bool stays = isInTable(e, p) && e->_values[p] == value;
+    bool stays = isInTable(p, e->_nbValues) && e->_values[p] == value;
     if (!stays && !removeIfHeld(e->_indexVar, int32_t(p)))
       return 0;
   }
@@ -175,13 +173,6 @@ static const Handler Pelement[6] = {
 // =====================================================================================================================
 // Posting
 // =====================================================================================================================
-
-static bool cutToTable(CSint* index, int32_t n)
-{
-  if (!pushBound<Lower>(index, 0))
-    return false;
-  return index->_max < n || (n > 0 && rcsSetMax(index, n - 1));
-}
 
 /// The entries at the positions of the index; `domain` is the set that the index had before it was cut to the table.
 static CSint* newResult(const CSint* index, const Domain* domain, const int32_t* table, int32_t n)

@@ -191,11 +191,9 @@ void cs_eventNeq(CSint** array, int size, CSeventChange callback, void* extra)
 
 using ConflictData = EventData<CSeventConflict>;
 
-/// The codes of a decision as which a failing event is told.
-enum Method : int32_t { equalTo = 0, differentFrom = 1, atMost = 2, atLeast = 4 };
-
-/// Variable and event are those of the failing change, and the index that of the list in which this watcher hangs.
-static int reportConflict(CSint* v, const Tconstraint* t, Method method, int32_t value)
+/// Variable and event are those of the failing change, which is told as a decision, and the index is that of the list
+/// in which this watcher hangs.
+static int reportConflict(CSint* v, const Tconstraint* t, int32_t method, int32_t value)
 {
   auto* data = dataOf<ConflictData>(t);
   const ValueSelection failing = {.method = method, .value = value};
@@ -206,22 +204,22 @@ static int reportConflict(CSint* v, const Tconstraint* t, Method method, int32_t
 
 static int PconflictNewMinEvent(CSint* v, Tconstraint* t, int32_t, int32_t now)
 {
-  return reportConflict(v, t, atLeast, now);
+  return reportConflict(v, t, CS_SELECT_GE, now);
 }
 
 static int PconflictNewMaxEvent(CSint* v, Tconstraint* t, int32_t, int32_t now)
 {
-  return reportConflict(v, t, atMost, now);
+  return reportConflict(v, t, CS_SELECT_LE, now);
 }
 
 static int PconflictEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
 {
-  return reportConflict(v, t, equalTo, v->_min);
+  return reportConflict(v, t, CS_SELECT_EQ, v->_min);
 }
 
 static int PconflictNeqEvent(CSint* v, Tconstraint* t, int32_t old, int32_t)
 {
-  return reportConflict(v, t, differentFrom, old);
+  return reportConflict(v, t, CS_SELECT_NEQ, old);
 }
 
 static const Handler PeventConflict[6] = {PconflictNewMinEvent, PconflictNewMaxEvent, PconflictEqEvent,

@@ -1,11 +1,11 @@
 /*
- * The search drivers and their selectors.
+ * The plain search drivers and the selectors of their variables; the counters and the cancel flag of all drivers.
  *
  * A driver is a recursion with one level for each decision. It changes domains only through the unary constraints and
  * the contexts, keeps nothing but what its frames hold, and allocates nothing but the array of cs_Vsearch. What is the
  * same at all levels stands in one record of the outermost call, so that a frame stays small.
  */
-#include "rcsBound.h"
+#include "rcsSearch.h"
 
 #include <cstdarg>
 #include <cstdlib>
@@ -17,13 +17,6 @@ int32_t rcsNbFails;                     ///< values that failed
 // =====================================================================================================================
 // Counters
 // =====================================================================================================================
-
-static void resetSearch()
-{
-  rcsCancelSearch = 0;
-  rcsNbFails = 0;
-  rcsNbChoicePoints = 0;
-}
 
 void cs_cancelSearch(void) { rcsCancelSearch = 1; }
 
@@ -44,20 +37,10 @@ void cs_printStats(void) { cs_fprintStats(stdout); }
 // Depth-first search
 // =====================================================================================================================
 
-struct Search
-{
-  CSint** _vars;
-  int32_t _n;
-  CSfindFreeVar _findFreeVar;
-  int32_t _fails; ///< below 1: no limit
-};
-
-static inline bool limitReached(const Search* s) { return s->_fails > 0 && rcsNbFails >= s->_fails; }
-
 /// Every way out but the last leaves the contexts as they are: a solution must stay visible, and after the limit or a
 /// cancel the client restores to a label of its own. A parent takes a cancelled level for a failed one and pops that
 /// level's context in place of its own; repairing that here would undo what the client is promised to find.
-static int _searchFail(const Search* s)
+int _searchFail(const Search* s)
 {
   CSint* v = s->_findFreeVar(s->_vars, s->_n);
   if (!v)
@@ -69,16 +52,16 @@ static int _searchFail(const Search* s)
   cs_saveContext();
   for (; value <= max; value++) {
     if (rcsDomainIsOn(domain, value)) {
-      rcsNbChoicePoints = wrapAdd(rcsNbChoicePoints, 1);
+      countChoicePoint();
       if (rcsCancelSearch)
         return 0;
       if (cs_EQ(v, value)) {
         if (_searchFail(s))
           return 1;
       } else {
-        rcsNbFails = wrapAdd(rcsNbFails, 1);
+        countFail();
       }
-      if (limitReached(s))
+      if (limitReached(rcsNbFails, s->_fails))
         return 0;
       cs_restoreAndSaveContext();
     }
@@ -150,13 +133,13 @@ static void _findAll(const AllSearch* s)
   cs_saveContext();
   for (; value <= max; value++) {
     if (rcsDomainIsOn(domain, value)) {
-      rcsNbChoicePoints = wrapAdd(rcsNbChoicePoints, 1);
+      countChoicePoint();
       if (rcsCancelSearch)
         return;
       if (cs_EQ(v, value))
         _findAll(s);
       else
-        rcsNbFails = wrapAdd(rcsNbFails, 1);
+        countFail();
       cs_restoreAndSaveContext();
     }
     if (value == max)

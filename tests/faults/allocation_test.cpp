@@ -219,6 +219,13 @@ static std::vector<FaultRow> sums()
 
 static const int entries[] = {4, 1, 4, 9};
 
+// Some states are out of reach, at the ends and inside.
+static int spell(Vars& x)
+{
+  static const int next[] = {4, 1, 2, 1, 4, 2, 2, 4, -1, 0, 3, 3, 4, 4, 2, 0, 0, 0}, finals[] = {4, 1};
+  return cs_Regular(x.data(), int(x.size()), next, 6, 3, 1, finals, 2);
+}
+
 static const auto functions = faults("FunctionFaults",
     {
         {.name = "Mul", .domains = {"0..9", "1..3"}, .run = [](Vars& x) { return cs_Mul(x[0], x[1]); }},
@@ -234,7 +241,69 @@ static const auto functions = faults("FunctionFaults",
         {.name = "Abs", .domains = {"{-3, 1, 5}"}, .run = [](Vars& x) { return cs_Abs(x[0]); }},
         {.name = "Element", .domains = {"0..9"}, .run = [](Vars& x) { return cs_Element(x[0], entries, 4); }},
         {.name = "Index", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_Index(x.data(), 3, 4); }},
+        {.name = "OccurConstraints",
+            .domains = {"0..9", "0..9", "7", "{1, 4}", "2..5"},
+            .run = [](Vars& x) { return cs_OccurConstraints(x[0], 4, &x[1], 4); }},
+        {.name = "Occur",
+            .domains = {"0..9", "0..9", "7", "{1, 4}", "2..5"},
+            .run =
+                [](Vars& x) {
+                  cs_Occur(x[0], 4, &x[1], 4);
+                  return nbAttached(x[4]) > 0;
+                }},
+        {.name = "OccurDomain",
+            .domains = {"0..9", "7", "{1, 4}", "2..5"},
+            .prepare = fillVariables,
+            .run = [](Vars& x) { return cs_OccurDomain(4, x.data(), 4); }},
+        {.name = "OccurAtTheEndOfTheTrail",
+            .domains = {"0..4", "0..9", "2..5"},
+            .prepare = withTrail<1>,
+            .run = [](Vars& x) { return cs_OccurConstraints(x[0], 4, &x[1], 2); }},
+        {.name = "Regular", .domains = {"0..2", "0..2", "1..4"}, .run = [](Vars& x) { return spell(x); }},
+        {.name = "RegularAtTheEndOfTheTrail",
+            .domains = {"0..2", "0..2", "1..2"},
+            .prepare = withTrail<1>,
+            .run = [](Vars& x) { return spell(x); }},
+        {.name = "RegularStatesAtTheEndOfTheTrail",
+            .domains = {"0..2", "0..2", "1..2"},
+            .prepare = withTrail<4>,
+            .run = [](Vars& x) { return spell(x); }},
+        {.name = "VarElement",
+            .domains = {"1..3", "0..2", "{5, 8}", "7"},
+            .prepare = fillVariables,
+            .run = [](Vars& x) { return cs_VarElement(x[0], x.data(), 4); }},
+        {.name = "VarElementRange",
+            .domains = {"1..3", "0..2", "{5, 8}", "7"},
+            .run = [](Vars& x) { return cs_VarElementRange(x[0], x.data(), 4); }},
     });
+
+// The first two variables are starts, then come two durations, two requirements and the limit.
+static FaultRow cumulative(const char* name)
+{
+  return {.name = name, .domains = {"0..9", "2..5", "0..3", "4", "1, 2", "1", "1..3"}, .run = [](Vars& x) {
+            int ok = cs_Cumulative(&x[0], &x[2], &x[4], 2, x[6]);
+            // What was attached before the memory ran out listens no more.
+            return cs_LE(x[0], 8) && ok;
+          }};
+}
+
+static FaultRow disjunctive(const char* name)
+{
+  return {.name = name, .domains = {"0..9", "2..5", "0..3", "4"}, .run = [](Vars& x) {
+            return cs_Disjunctive(&x[0], &x[2], 2);
+          }};
+}
+
+// At the end of the trail: the first attachments of the start, the duration and the requirement, one of the second
+// task, and that of the limit.
+static const auto scheduling =
+    faults("SchedulingFaults", {cumulative("Cumulative"), atTheEndOfTheTrail<1>("CumulativeFirstStart", cumulative("")),
+                                   atTheEndOfTheTrail<2>("CumulativeFirstDuration", cumulative("")),
+                                   atTheEndOfTheTrail<3>("CumulativeFirstRequirement", cumulative("")),
+                                   atTheEndOfTheTrail<5>("CumulativeSecondDuration", cumulative("")),
+                                   atTheEndOfTheTrail<7>("CumulativeLimit", cumulative("")), disjunctive("Disjunctive"),
+                                   atTheEndOfTheTrail<0>("DisjunctiveHolder", disjunctive("")),
+                                   atTheEndOfTheTrail<7>("DisjunctiveLimit", disjunctive(""))});
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Reified constraints and conditionals
@@ -327,10 +396,81 @@ static std::vector<FaultRow> watchers()
   };
 }
 
+static int firstFree(CSint** vars, int n)
+{
+  for (int i = 0; i < n; i++)
+    if (cs_isFree(vars[i]))
+      return i;
+  return -1;
+}
+
+static NoGoodSet* noGoods;
+
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
         .domains = {"1..3", "1..3"},
         .run = [](Vars& x) { return cs_Vsearch(2, x[0], x[1], cs_findFreeVar); }},
+    {.name = "searchCriteria",
+        .domains = {"1..3"},
+        .run = [](Vars& x) { return cs_searchCriteria(x.data(), 1, firstFree, [](int, int value) { return value; }); }},
+    {.name = "searchMatrix",
+        .domains = {"1..3"},
+        .run =
+            [](Vars& x) {
+              CSint** row = x.data();
+              return cs_searchMatrix(
+                  &row, 1, 1, [](CSint*** m, int, int cols) { return firstFree(m[0], cols); },
+                  [](int, CSint** vars, int cols) { return firstFree(vars, cols); }, [](int, int, int) { return 0; });
+            }},
+    {.name = "createValueSelector",
+        .run =
+            [](Vars&) {
+              ValueSelector* selector = cs_createValueSelector(rcsVSMinToMaxInit, rcsVSMinToMaxNext, nullptr);
+              cs_freeValueSelector(selector);
+              return selector;
+            }},
+    {.name = "createSearchNotify",
+        .run =
+            [](Vars& x) {
+              SearchNotify* notify = cs_createSearchNotify(&x);
+              cs_freeSearchNotify(notify);
+              return notify;
+            }},
+    {.name = "createNoGoodSet",
+        .domains = {"1..3", "1..3"},
+        .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }},
+    atTheEndOfTheTrail<1>("createNoGoodSetAtTheEndOfTheTrail",
+        {.name = "",
+            .domains = {"1..3", "1..3"},
+            .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }}),
+    {.name = "addNoGood",
+        .domains = {"1..3", "1..3"},
+        .prepare = [](Vars& x) { noGoods = cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); },
+        .run =
+            [](Vars&) {
+              static const int positions[] = {0, 1};
+              static const ValueSelection decisions[] = {{CS_SELECT_EQ, 1}, {CS_SELECT_EQ, 2}};
+              cs_addNoGood(noGoods, positions, decisions, 2);
+              return cs_getNbNoGoods(noGoods) == 1;
+            }},
+    // What can't be learnt is forgotten; the search goes on.
+    {.name = "restarts",
+        .domains = {"{3, 7}", "{3, 7}", "{3, 7}"},
+        .prepare =
+            [](Vars& x) {
+              noGoods = cs_createNoGoodSet(x.data(), 3, nullptr, 0, nullptr, nullptr);
+              cs_Neq(x[0], x[1]), cs_Neq(x[1], x[2]), cs_Neq(x[0], x[2]);
+            },
+        .run =
+            [](Vars& x) {
+              ValueSelector* selectors[] = {&rcsVSMinToMax, &rcsVSMinToMax, &rcsVSMinToMax};
+              int limit = 0;
+              auto oneMore = [](void* l) { return ++*static_cast<int*>(l); };
+              return !cs_searchValueSelectorRestartNG(
+                         x.data(), selectors, 3, firstFree, oneMore, &limit, 0, noGoods, nullptr) &&
+                     limit == 3 && !rcsTmpOp;
+            },
+        .survives = true},
 };
 
 // ---------------------------------------------------------------------------------------------------------------------

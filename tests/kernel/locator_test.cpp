@@ -124,6 +124,13 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryConditional)
   EXPECT_NAMED(cs_IfNeq(x, y, 1, 2));
 }
 
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryScheduling)
+{
+  CSint *one = CSINT(1), *ones[] = {one, one};
+  EXPECT_NAMED(cs_Cumulative(vars, ones, ones, 2, cs_createCSint(1, 2)));
+  EXPECT_NAMED(cs_Disjunctive(vars, ones, 2));
+}
+
 TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryWatcher)
 {
   auto known = [](int, int, CSint**, int, void*) { return 1; };
@@ -136,4 +143,24 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryWatcher)
   EXPECT_NAMED((cs_eventNewMax(vars, 2, change, nullptr), true));
   EXPECT_NAMED((cs_eventNeq(vars, 2, change, nullptr), true));
   EXPECT_NAMED((cs_eventConflict(vars, 2, conflict, nullptr), true));
+}
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryOccurrenceAndWord)
+{
+  static const int next[] = {0, 0}, finals[] = {0};
+  EXPECT_NAMED(cs_OccurDomain(5, vars, 2));
+  EXPECT_NAMED(cs_OccurConstraints(x, 4, &vars[1], 1));
+  EXPECT_NAMED(!cs_Occur(x, 3, &vars[1], 1));
+  EXPECT_NAMED(cs_Regular(vars, 2, next, 1, 2, 0, finals, 1));
+}
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfANoGoodSet)
+{
+  EXPECT_NAMED(cs_createNoGoodSet(vars, 2, nullptr, 0, nullptr, nullptr));
+}
+
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryVariableElement)
+{
+  EXPECT_NAMED(cs_VarElement(x, vars, 2));
+  EXPECT_NAMED(cs_VarElementRange(y, vars, 2));
 }

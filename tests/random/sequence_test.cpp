@@ -4,6 +4,7 @@
  *
  * KU_SECONDS is the time to spend (default 3), KU_SEQUENCES the greatest number of sequences, KU_SEED the first seed.
  */
+#include "automaton.h"
 #include "sequence.h"
 
 #include <algorithm>
@@ -166,6 +167,31 @@ static bool isAtLeast(int x, const Values& p) { return x >= p[0]; }
 static bool isEqual(int x, const Values& p) { return x == p[0]; }
 static bool isUnequal(int x, const Values& p) { return x != p[0]; }
 
+/// The count stands first or last. The weak form knows of what it can be, the strong one of what that says of the
+/// array.
+template <int place, bool strong>
+static bool occurrences(const Sets& x, const Values& p)
+{
+  Set* count = place == 0 ? x.front() : x.back();
+  Sets array(x.begin() + (place == 0), x.end() - (place != 0));
+  int sure = 0, possible = 0;
+  for (const Set* s : array) {
+    sure += *s == Set{p[0]};
+    possible += s->count(p[0]) != 0;
+  }
+  if (!naive::atLeast(count, sure) || !naive::atMost(count, possible))
+    return false;
+  for (Set* s : array) {
+    if (!strong || sure == possible || !s->count(p[0]) || naive::fixed(s))
+      continue;
+    if (naive::low(count) == possible)
+      *s = {p[0]};
+    else if (naive::high(count) == sure)
+      s->erase(p[0]);
+  }
+  return true;
+}
+
 static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSint*, int, int), Rule rule)
 {
   return {.name = name,
@@ -177,6 +203,43 @@ static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSin
           },
       .post = [=](Vars& x, Values& p) { return post(x[0], x[1], p[0], p[1]); },
       .strong = std::move(rule)};
+}
+
+// Two tasks that don't run at one time, or of which each finds its need met. With three a schedule may be lost.
+static bool isSchedule(const Values& starts, const Values& durations, const Values& needs, int limit)
+{
+  bool overlap = starts[0] < starts[1] + durations[1] && starts[1] < starts[0] + durations[0];
+  for (size_t i : {0, 1})
+    if (durations[i] > 0 && needs[i] > limit)
+      return false;
+  return !overlap || durations[0] == 0 || durations[1] == 0 || needs[0] + needs[1] <= limit;
+}
+
+// Two durations, two requirements and the limit.
+static Values tasks(Random& random)
+{
+  return {random.pick(0, 3), random.pick(1, 3), random.pick(0, 3), random.pick(0, 3), random.pick(1, 5)};
+}
+
+// The constants stand behind the arguments, in the array that lives on.
+static void addConstants(Vars& x, const Values& p)
+{
+  for (int value : p)
+    x.push_back(CSINT(value));
+}
+
+// The first argument is the index, over all of them.
+static SequenceRow chosen(const char* name, CSint* (*post)(CSint*, CSint**, int))
+{
+  return {.name = name,
+      .weight = 4,
+      .count = {2, 4},
+      .post = [=](Vars& x, Values&) { return post(x[0], x.data(), int(x.size())); },
+      .value = [](auto& x, auto&) -> std::optional<int64_t> {
+        if (x[0] < 0 || x[0] >= int(x.size()))
+          return std::nullopt;
+        return x[size_t(x[0])];
+      }};
 }
 
 static const std::vector<SequenceRow> rows = {
@@ -299,6 +362,53 @@ static const std::vector<SequenceRow> rows = {
     reifiedValue("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
     tie("cs_IfEq", true, cs_IfEq, naive::ifEq),
     tie("cs_IfNeq", false, cs_IfNeq, naive::ifNeq),
+    {.name = "cs_Cumulative",
+        .weight = 4,
+        .parameters = tasks,
+        .post =
+            [](Vars& x, Values& p) {
+              addConstants(x, p);
+              return cs_Cumulative(&x[0], &x[2], &x[4], 2, x[6]);
+            },
+        .holds =
+            [](auto& v, auto& p) {
+              return isSchedule(v, {p[0], p[1]}, {p[2], p[3]}, p[4]);
+            }},
+    {.name = "cs_Disjunctive",
+        .weight = 4,
+        .parameters = tasks,
+        .post =
+            [](Vars& x, Values& p) {
+              addConstants(x, p);
+              return cs_Disjunctive(&x[0], &x[2], 2);
+            },
+        .holds =
+            [](auto& v, auto& p) {
+              return isSchedule(v, {p[0], p[1]}, {1, 1}, 1);
+            }},
+    {.name = "cs_OccurConstraints",
+        .weight = 4,
+        .count = {2, 5},
+        .parameters = one,
+        .post = [](Vars& x, Values& p) { return cs_OccurConstraints(x[0], p[0], x.data() + 1, int(x.size()) - 1); },
+        .strong = occurrences<0, true>,
+        .weak = occurrences<0, false>},
+    {.name = "cs_OccurDomain",
+        .weight = 4,
+        .count = {1, 4},
+        .functional = true,
+        .parameters = one,
+        .post = [](Vars& x, Values& p) { return cs_OccurDomain(p[0], x.data(), int(x.size())); },
+        .strong = occurrences<-1, true>,
+        .weak = occurrences<-1, false>},
+    {.name = "cs_Regular",
+        .weight = 6,
+        .count = {1, 5},
+        .parameters = automaton::draw,
+        .post = [](Vars& x, Values& p) { return automaton::post(x, p); },
+        .strong = automaton::rule},
+    chosen("cs_VarElement", cs_VarElement),
+    chosen("cs_VarElementRange", cs_VarElementRange),
 };
 
 // Sequences that once failed.

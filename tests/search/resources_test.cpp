@@ -64,6 +64,14 @@ TEST(Resources, TenThousandRoundsLeaveMemoryFlat)
 
 using LongSearch = SolverTest;
 
+static int firstFree(CSint** vars, int n)
+{
+  for (int i = 0; i < n; i++)
+    if (cs_isFree(vars[i]))
+      return i;
+  return -1;
+}
+
 TEST_F(LongSearch, AllocatesNothingInTheSteadyState)
 {
   Vars x;
@@ -84,4 +92,51 @@ TEST_F(LongSearch, AllocatesNothingInTheSteadyState)
   uint64_t asked = heap::asked();
   EXPECT_EQ(run(), first);
   EXPECT_EQ(heap::asked(), asked);
+
+  // The selector driver, with a client that wants them all.
+  ValueSelector* selectors[7];
+  for (auto& selector : selectors)
+    selector = cs_getValueSelector(CS_MIN_TO_MAX);
+  SearchNotify* all = cs_createSearchNotify(nullptr);
+  cs_searchNotifySetFound(all, [](int, CSint**, int, void*) {
+    nbFound++;
+    return 0;
+  });
+  int found = nbFound, choicePoints = cs_getNbChoicePoints();
+  nbFound = 0;
+  asked = heap::asked();
+  EXPECT_FALSE(cs_searchValueSelectorFail(x.data(), selectors, 7, firstFree, 0, all));
+  EXPECT_EQ(nbFound, found);
+  EXPECT_EQ(cs_getNbChoicePoints(), choicePoints);
+  EXPECT_EQ(heap::asked(), asked);
+  EXPECT_EQ(before.changesOfVars(), "");
+  cs_freeSearchNotify(all);
+}
+
+TEST_F(LongSearch, TheSetsOfTriedValuesAreFreedOnEachWayOut)
+{
+  Vars x = {makeVar("{0..5}"), makeVar("{0..5}"), makeVar("{0..5}")};
+  cs_Neq(x[0], x[1]), cs_Neq(x[1], x[2]), cs_Neq(x[0], x[2]);
+  for (int i = 0; i < 3; i++)
+    cs_NEQ(x[size_t(i)], 3);
+  static int cancelAt;
+  auto rate = [](int, int value) {
+    if (cs_getNbChoicePoints() == cancelAt)
+      cs_cancelSearch();
+    return value == 1 ? INT32_MAX : 0;
+  };
+  auto search = [&](int n, int fails, int at) {
+    int label = cs_saveContext();
+    cancelAt = at;
+    size_t live = heap::live();
+    int found = cs_searchCriteriaFail(x.data(), n, firstFree, rate, fails);
+    EXPECT_EQ(heap::live(), live);
+    cs_restoreContextUntil(label);
+    return found;
+  };
+  EXPECT_TRUE(search(3, 0, -1));
+  cs_LE(x[0], 1), cs_LE(x[1], 1), cs_LE(x[2], 1);
+  EXPECT_FALSE(search(3, 0, -1));
+  EXPECT_FALSE(search(3, 1, -1));
+  EXPECT_FALSE(search(2, 0, 1));
 }

@@ -1,0 +1,584 @@
+/*
+ * Value selectors; the selector drivers' callbacks in full, on each way out; restarts and what they learn. And all the
+ * drivers against each other on random problems.
+ */
+#include "random.h"
+#include "snapshot.h"
+
+#include <algorithm>
+#include <random>
+#include <set>
+#include <sstream>
+
+using namespace kit;
+
+static std::ostringstream story;
+
+static std::string told()
+{
+  std::string text = story.str();
+  story.str("");
+  return text;
+}
+
+static std::string textOf(const ValueSelection& s)
+{
+  static const char* const sign[] = {"=", "!", "<=", "<", ">=", ">"};
+  return sign[s.method] + std::to_string(s.value);
+}
+
+static std::string counters()
+{
+  return std::to_string(cs_getNbChoicePoints()) + " choices " + std::to_string(cs_getNbFails()) + " fails";
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Value selectors
+// ---------------------------------------------------------------------------------------------------------------------
+
+using ValueSelectors = SolverTest;
+
+static std::string decisionsOf(const std::string& domain, int kind)
+{
+  CSint* vars[] = {nullptr, makeVar(domain)};
+  ValueSelector* selector = cs_getValueSelector(kind);
+  intptr_t state = -77;
+  std::string text;
+  EXPECT_TRUE(cs_initValueSelector(selector, 1, vars, 2, &state));
+  ValueSelection s;
+  while (text.size() < 60 && cs_selectNextValue(&s, selector, 1, vars, 2, &state))
+    text += textOf(s) + " ";
+  EXPECT_FALSE(cs_selectNextValue(&s, selector, 1, vars, 2, &state)) << "once more, behind the end";
+  EXPECT_TRUE(cs_endValueSelector(selector, 1, vars, 2, &state));
+  return text;
+}
+
+TEST_F(ValueSelectors, Decisions)
+{
+  struct
+  {
+    const char* domain;
+    const char* decisions[5];
+  } rows[] = {
+      {"4", {"=4 ", "=4 ", "<=4 ", ">=4 ", "=4 "}},
+      {"{3, 4}", {"=3 =4 ", "=4 =3 ", "<=3 >3 ", ">=4 <4 ", "=3 !3 "}},
+      {"{3, 5}", {"=3 =5 ", "=5 =3 ", "<=4 >4 ", ">=4 <4 ", "=3 !3 "}},
+      {"{1, 5, 9}", {"=1 =5 =9 ", "=9 =5 =1 ", "<=5 >5 ", ">=5 <5 ", "=5 !5 "}},
+      {"{-4..-1}", {"=-4 =-3 =-2 =-1 ", "=-1 =-2 =-3 =-4 ", "<=-3 >-3 ", ">=-3 <-3 ", "=-3 !-3 "}},
+      {"{-9, -1, 0, 200, 333}",
+          {"=-9 =-1 =0 =200 =333 ", "=333 =200 =0 =-1 =-9 ", "<=162 >162 ", ">=162 <162 ", "=0 !0 "}},
+      {"{0, 70, 140, 200, 201, 300}",
+          {"=0 =70 =140 =200 =201 =300 ", "=300 =201 =200 =140 =70 =0 ", "<=150 >150 ", ">=150 <150 ", "=140 !140 "}},
+      {"{2147483645, 2147483647}", {"=2147483645 =2147483647 ", "=2147483647 =2147483645 ", "<=2147483646 >2147483646 ",
+                                       ">=2147483646 <2147483646 ", "=2147483645 !2147483645 "}},
+      {"{-2147483648, -2147483647}",
+          {"=-2147483648 =-2147483647 ", "=-2147483647 =-2147483648 ", "<=-2147483648 >-2147483648 ",
+              ">=-2147483647 <-2147483647 ", "=-2147483648 !-2147483648 "}},
+  };
+  for (const auto& row : rows)
+    for (int kind = 0; kind < 5; kind++)
+      EXPECT_EQ(decisionsOf(row.domain, kind), row.decisions[kind]) << row.domain << ", kind " << kind;
+  for (int kind : {-1, 5})
+    EXPECT_EQ(cs_getValueSelector(kind), nullptr);
+  // Read afresh at each call: the walk catches up with bounds that have moved.
+  CSint* v = makeVar("{0..9}");
+  intptr_t state;
+  ValueSelection s;
+  for (int kind : {CS_MIN_TO_MAX, CS_MAX_TO_MIN}) {
+    cs_saveContext();
+    cs_initValueSelector(cs_getValueSelector(kind), 0, &v, 1, &state);
+    cs_InInterval(v, 3, 6);
+    EXPECT_TRUE(cs_selectNextValue(&s, cs_getValueSelector(kind), 0, &v, 1, &state));
+    EXPECT_EQ(textOf(s), kind == CS_MIN_TO_MAX ? "=3" : "=6");
+    cs_restoreContext();
+  }
+}
+
+TEST_F(ValueSelectors, MethodsAndCallbacks)
+{
+  static const char* const domains[] = {"4", "{0..3, 5..9}", "{0..4}", "{0..3}", "{4..9}", "{5..9}"};
+  CSint* v = makeVar("{0..9}");
+  for (int method = 0; method < 6; method++) {
+    ValueSelection s = {method, 4};
+    cs_saveContext();
+    EXPECT_TRUE(cs_selectValue(v, &s));
+    EXPECT_EQ(textOf(v), domains[method]);
+    cs_restoreContext();
+  }
+  for (int method : {-1, 6}) {
+    ValueSelection s = {method, 4};
+    EXPECT_EXIT(cs_selectValue(v, &s), testing::KilledBySignal(SIGABRT), "");
+  }
+  // Only the low 8 bits of an answer count.
+  auto* selector = cs_createValueSelector([](int, CSint**, int, intptr_t*) { return 256; },
+      [](ValueSelection*, int, CSint**, int, intptr_t*) { return 512; },
+      [](int, CSint**, int, intptr_t*) { return 257; });
+  intptr_t state;
+  ValueSelection s;
+  EXPECT_EQ(cs_initValueSelector(selector, 0, &v, 1, &state), 0);
+  EXPECT_EQ(cs_selectNextValue(&s, selector, 0, &v, 1, &state), 0);
+  EXPECT_EQ(cs_endValueSelector(selector, 0, &v, 1, &state), 1);
+  cs_freeValueSelector(selector);
+  cs_freeValueSelector(nullptr);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What is told
+// ---------------------------------------------------------------------------------------------------------------------
+
+static int firstFree(CSint** vars, int n)
+{
+  for (int i = 0; i < n; i++)
+    if (cs_isFree(vars[i]))
+      return i;
+  return -1;
+}
+
+static const CSint* const* theVars;
+static int endAnswer, foundAnswer, cancelAt;
+
+// Each callback with its arguments, the contexts and the counters of that moment.
+static std::string moment()
+{
+  return "(" + std::to_string(contextDepth()) + " " + std::to_string(cs_getNbChoicePoints()) + " " +
+         std::to_string(cs_getNbFails()) + ") ";
+}
+
+class SelectorSearch : public SolverTest
+{
+protected:
+  void SetUp() override
+  {
+    SolverTest::SetUp();
+    told();
+    endAnswer = foundAnswer = 1;
+    cancelAt = -1;
+    selector = cs_createValueSelector(
+        [](int position, CSint** vars, int n, intptr_t* state) {
+          story << "i" << position << " ";
+          return cs_initValueSelector(cs_getValueSelector(CS_MIN_TO_MAX), position, vars, n, state);
+        },
+        [](ValueSelection* s, int position, CSint** vars, int n, intptr_t* state) {
+          int more = cs_selectNextValue(s, cs_getValueSelector(CS_MIN_TO_MAX), position, vars, n, state);
+          story << "n" << (more ? textOf(*s) : "-") << (vars[position]->_nbElements == 1 ? "?" : "") << " ";
+          return more;
+        },
+        [](int position, CSint**, int, intptr_t*) {
+          story << "e" << position << moment();
+          return endAnswer;
+        });
+    notify = cs_createSearchNotify(&story);
+    cs_searchNotifySetSearchStart(notify, [](int fails, CSint** vars, int n, void* data) {
+      EXPECT_TRUE(vars == theVars && n == int(sizeOfTheVars) && data == &story);
+      story << "S" << fails << moment();
+    });
+    cs_searchNotifySetSearchEnd(notify, [](int result, int nbFails, int fails, CSint**, int, void* data) {
+      EXPECT_EQ(data, &story);
+      story << "X" << result << "/" << nbFails << "/" << fails << moment();
+    });
+    cs_searchNotifySetEnter(notify,
+        [](int level, int position, CSint**, int, void*) { story << "E" << level << "." << position << moment(); });
+    cs_searchNotifySetLeave(notify,
+        [](int level, int position, CSint**, int, void*) { story << "L" << level << "." << position << moment(); });
+    cs_searchNotifySetBeforeValueSelection(
+        notify, [](int level, int position, const ValueSelection* s, CSint**, int, void*) {
+          story << "B" << level << "." << position << textOf(*s) << moment();
+          if (cs_getNbChoicePoints() == cancelAt)
+            cs_cancelSearch();
+        });
+    cs_searchNotifySetAfterValueSelection(
+        notify, [](int success, int level, int position, const ValueSelection* s, CSint** vars, int, void*) {
+          EXPECT_TRUE(!success || vars[position]->_min == s->value);
+          story << "A" << success << ":" << level << "." << position << textOf(*s) << moment();
+        });
+    cs_searchNotifySetFound(notify, [](int level, CSint**, int, void*) {
+      story << "F" << level << moment();
+      return foundAnswer;
+    });
+  }
+
+  void TearDown() override
+  {
+    cs_freeSearchNotify(notify);
+    cs_freeSearchNotify(nullptr);
+    cs_freeValueSelector(selector);
+    SolverTest::TearDown();
+  }
+
+  int search(Vars& v, int fails)
+  {
+    theVars = v.data();
+    sizeOfTheVars = v.size();
+    std::vector<ValueSelector*> selectors(v.size(), selector);
+    return cs_searchValueSelectorFail(v.data(), selectors.data(), int(v.size()), firstFree, fails, notify);
+  }
+
+  static inline size_t sizeOfTheVars;
+  ValueSelector* selector;
+  SearchNotify* notify;
+};
+
+/// A free variable in front of three that must differ with two values: each decision on the first fails below.
+static Vars freeAndPigeons(const std::string& domain)
+{
+  Vars v = {makeVar(domain)};
+  for (int i = 0; i < 3; i++)
+    v.push_back(makeVar("{3, 7}"));
+  cs_Neq(v[1], v[2]);
+  cs_Neq(v[2], v[3]);
+  cs_Neq(v[1], v[3]);
+  return v;
+}
+
+TEST_F(SelectorSearch, Exhausted)
+{
+  Vars v = freeAndPigeons("{0, 1}");
+  Snapshot before(v);
+  EXPECT_FALSE(search(v, 0));
+  EXPECT_EQ(told(),
+      "S0(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) "
+      "E1.1(1 1 0) i1 n=3 n=7 B1.1=3(2 2 0) A0:1.1=3(2 2 1) n- B1.1=7(2 3 1) A0:1.1=7(2 3 2) e1(1 3 2) L1.1(1 3 2) "
+      "n- B0.0=1(1 4 2) A1:0.0=1(1 4 2) "
+      "E1.1(1 4 2) i1 n=3 n=7 B1.1=3(2 5 2) A0:1.1=3(2 5 3) n- B1.1=7(2 6 3) A0:1.1=7(2 6 4) e1(1 6 4) L1.1(1 6 4) "
+      "e0(0 6 4) L0.0(0 6 4) X0/4/0(0 6 4) ");
+  EXPECT_EQ(before.changesOfVars(), "");
+  // An end that answers no hides the leaving, and nothing else.
+  endAnswer = 0;
+  EXPECT_FALSE(search(v, 0));
+  EXPECT_EQ(told().find('L'), std::string::npos);
+  EXPECT_EQ(counters(), "6 choices 4 fails");
+  EXPECT_EQ(before.changesOfVars(), "");
+}
+
+TEST_F(SelectorSearch, LimitAndCancel)
+{
+  Vars v = freeAndPigeons("{0, 1}");
+  EXPECT_FALSE(search(v, 1));
+  EXPECT_EQ(told(), "S1(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) "
+                    "E1.1(1 1 0) i1 n=3 n=7 B1.1=3(2 2 0) A0:1.1=3(2 2 1) e1(2 2 1) e0(2 2 1) X0/1/1(2 2 1) ");
+  EXPECT_EQ(textOf(v[0]) + textOf(v[1]), "03");
+  cs_restoreAll();
+  cancelAt = 2;
+  EXPECT_FALSE(search(v, 0));
+  // The level that sees the flag leaves its context; the one above pops that and sees the flag in its turn.
+  EXPECT_EQ(told(), "S0(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) "
+                    "E1.1(1 1 0) i1 n=3 n=7 B1.1=3(2 2 0) n-? B0.0=1(2 3 0) X0/0/0(2 3 0) ");
+  EXPECT_EQ(textOf(v[0]), "0");
+  cs_restoreAll();
+}
+
+TEST_F(SelectorSearch, Solutions)
+{
+  Vars v = {makeVar("{0..1}"), makeVar("{0..1}")};
+  cs_Neq(v[0], v[1]);
+  EXPECT_TRUE(search(v, 0));
+  EXPECT_EQ(
+      told(), "S0(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) F0(1 1 0) e0(1 1 0) X1/0/0(1 1 0) ");
+  // At a solution that is rejected the limit is left to the level above, behind its end.
+  cs_restoreAll();
+  foundAnswer = 256;
+  EXPECT_FALSE(search(v, 1));
+  EXPECT_EQ(
+      told(), "S1(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) F0(1 1 0) e0(1 1 1) X0/1/1(1 1 1) ");
+  // The selector's end can refuse a solution too: no failure, and the context stays.
+  cs_restoreAll();
+  foundAnswer = 1;
+  endAnswer = 0;
+  EXPECT_FALSE(search(v, 0));
+  EXPECT_EQ(
+      told(), "S0(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) F0(1 1 0) e0(1 1 0) X0/0/0(1 1 0) ");
+  cs_restoreAll();
+  // Nothing to decide.
+  cs_EQ(v[0], 1);
+  EXPECT_TRUE(search(v, 0));
+  EXPECT_EQ(told(), "S0(0 0 0) F-1(0 0 0) X1/0/0(0 0 0) ");
+}
+
+TEST_F(SelectorSearch, ALevelWithoutDecisions)
+{
+  Vars v = {makeVar("{0..1}")};
+  auto no = [](int, CSint**, int, intptr_t*) { return 256; };
+  auto none = [](ValueSelection*, int, CSint**, int, intptr_t*) { return 0; };
+  theVars = v.data();
+  sizeOfTheVars = 1;
+  for (ValueSelectorInit init : {ValueSelectorInit(no), ValueSelectorInit(nullptr)}) {
+    ValueSelector* empty = cs_createValueSelector(init, none, nullptr);
+    EXPECT_FALSE(cs_searchValueSelectorFail(v.data(), &empty, 1, firstFree, 1, notify));
+    EXPECT_EQ(
+        told(), init ? "S1(0 0 0) E0.0(0 0 0) X0/0/1(0 0 0) " : "S1(0 0 0) E0.0(0 0 0) L0.0(0 0 0) X0/0/1(0 0 0) ");
+    EXPECT_FALSE(cs_searchValueSelectorFail(v.data(), &empty, 1, firstFree, 1, nullptr));
+    cs_freeValueSelector(empty);
+  }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Restarts
+// ---------------------------------------------------------------------------------------------------------------------
+
+using Restarts = SelectorSearch;
+
+static int nextLimit(void* schedule)
+{
+  int limit = *(*static_cast<const int**>(schedule))++;
+  story << "r" << limit << "(" << contextDepth() << ") ";
+  return limit;
+}
+
+static int dropped; // answer of the filter
+static int noteNoGood(NoGoodSet*, NoGood* noGood, CSint**, int, void*)
+{
+  story << "[";
+  for (int i = 0; i < cs_getNbNoGoodElements(noGood); i++) {
+    int position;
+    ValueSelection s;
+    cs_getNoGoodElementAt(&position, &s, noGood, i);
+    story << (i ? " " : "") << position << textOf(s);
+  }
+  story << "]" << moment();
+  return !dropped;
+}
+
+/// One run up to the limit, as the no-goods that are taken from its branch.
+static std::string learnt(Vars v, int kind, int limit)
+{
+  int label = cs_saveContext();
+  dropped = 1;
+  NoGoodSet* set = cs_createNoGoodSet(v.data(), int(v.size()), noteNoGood, 0, nullptr, nullptr);
+  std::vector<ValueSelector*> selectors(v.size(), cs_getValueSelector(kind));
+  const int schedule[] = {limit}, *at = schedule;
+  told();
+  EXPECT_FALSE(cs_searchValueSelectorRestartNG(
+      v.data(), selectors.data(), int(v.size()), firstFree, nextLimit, &at, limit, set, nullptr));
+  cs_restoreContextUntil(label);
+  std::string text = told(), list;
+  for (size_t from = 0; (from = text.find('[', from)) != std::string::npos; from++)
+    list += text.substr(from, text.find(']', from) - from + 1);
+  return list;
+}
+
+TEST_F(Restarts, WhatABranchTeaches)
+{
+  Vars two = freeAndPigeons("{0, 1}"), three = freeAndPigeons("{0..2}");
+  // Free decisions alone; one that was last is left out, and stands as the negation of itself under those above it.
+  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 1), "[0=0 1=3]");
+  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 2), "[0=0]");
+  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 3), "[1=3][0!1]");
+  // No free decision is left at the end of the tree.
+  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 4), "");
+  // The refuted first decision of the free level nearest the root, once and not the later ones.
+  EXPECT_EQ(learnt(three, CS_MIN_TO_MAX, 3), "[0=1 1=3][0=0]");
+  EXPECT_EQ(learnt(three, CS_MIN_TO_MAX, 5), "[1=3][0!2]");
+  EXPECT_EQ(learnt(freeAndPigeons("{0..3}"), CS_MIN_TO_MAX, 5), "[0=2 1=3][0=0]");
+  // Of a level in the middle, under what is above it.
+  Vars four = freeAndPigeons("{0..2}");
+  four.insert(four.begin(), makeVar("{5, 6}"));
+  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 3), "[0=5 1=1 2=3][0=5 1=0]");
+  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 5), "[0=5 2=3][0=5 1!2]");
+  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 7), "[1=0 2=3][0!6]");
+  four[0] = makeVar("{5..7}");
+  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 9), "[0=6 1=1 2=3][0=5]");
+  // The other methods: a half, and the median with the rest.
+  EXPECT_EQ(learnt(two, CS_LOWER_AND_UPPER, 3), "[1<=5][0<=0]");
+  EXPECT_EQ(learnt(two, CS_MEDIAN_AND_REST, 3), "[1=3][0=0]");
+  EXPECT_EQ(learnt(two, CS_UPPER_AND_LOWER, 3), "[1>=5][0>=1]");
+  EXPECT_EQ(rcsTmpOp, nullptr);
+  EXPECT_EQ(rcsTmpOpSize, 0);
+}
+
+TEST_F(Restarts, RunsFromTheRoot)
+{
+  Vars v = freeAndPigeons("{0, 1}");
+  // w is 2 or 3, which only trying tells.
+  CSint *w = makeVar("{0..3}"), *x = makeVar("{3, 7}");
+  for (int value : {0, 1})
+    EXPECT_TRUE(cs_IfNeq(w, x, value, 3) && cs_IfNeq(w, x, value, 7));
+  Vars solvable = {w, x};
+  int label = cs_saveContext();
+  auto run = [&](Vars& vars, std::vector<int> schedule, int maxFails, bool keep,
+                 CSbeforeValueSelection before = nullptr) {
+    cs_searchNotifySetEnter(notify, nullptr);
+    cs_searchNotifySetLeave(notify, nullptr);
+    cs_searchNotifySetFound(notify, nullptr);
+    cs_searchNotifySetBeforeValueSelection(notify, before);
+    cs_searchNotifySetAfterValueSelection(notify, nullptr);
+    theVars = vars.data();
+    sizeOfTheVars = vars.size();
+    dropped = !keep;
+    Snapshot start(vars);
+    NoGoodSet* set = cs_createNoGoodSet(vars.data(), int(vars.size()), noteNoGood, 0, nullptr, nullptr);
+    std::vector<ValueSelector*> selectors(vars.size(), cs_getValueSelector(CS_MIN_TO_MAX));
+    const int* at = schedule.data();
+    told();
+    int found = cs_searchValueSelectorRestartNG(
+        vars.data(), selectors.data(), int(vars.size()), firstFree, nextLimit, &at, maxFails, set, notify);
+    EXPECT_EQ(at, schedule.data() + schedule.size());
+    story << "= " << found << " at " << contextDepth();
+    EXPECT_EQ(rcsTmpOp, nullptr);
+    std::string text = told();
+    cs_restoreContextUntil(label);
+    cs_saveContext();
+    EXPECT_EQ(start.changesOfVars(), "");
+    return text;
+  };
+  EXPECT_EQ(run(v, {9}, 0, false), "r9(1) S9(2 0 0) X0/4/9(2 6 4) = 0 at 1");
+  EXPECT_EQ(run(v, {3, 2, 9}, 0, false),
+      "r3(1) S3(2 0 0) [1=3](4 5 3) [0!1](4 5 3) X0/3/3(4 5 3) r2(1) S2(1 5 3) [0=0](3 8 5) X0/2/2(3 8 5) "
+      "r9(1) S9(1 8 5) X0/4/9(1 14 9) = 0 at 1");
+  // The limit is clipped to what is left of all, and there nothing is restored.
+  EXPECT_EQ(run(v, {5}, 3, false), "r5(1) S3(2 0 0) [1=3](4 5 3) [0!1](4 5 3) X0/3/3(4 5 3) = 0 at 4");
+  EXPECT_EQ(run(v, {3, 7}, 5, false),
+      "r3(1) S3(2 0 0) [1=3](4 5 3) [0!1](4 5 3) X0/3/3(4 5 3) r7(1) S2(1 5 3) [0=0](3 8 5) X0/2/2(3 8 5) = 0 at 3");
+  // A tree whose last failure is the one that reaches the limit looks like one that was cut short.
+  EXPECT_EQ(run(v, {4, 9}, 0, false), "r4(1) S4(2 0 0) X0/4/4(4 6 4) r9(1) S9(1 6 4) X0/4/9(1 12 8) = 0 at 1");
+  EXPECT_EQ(run(solvable, {9}, 0, true), "r9(1) S9(2 0 0) X1/2/9(4 4 2) = 1 at 4");
+  EXPECT_EQ(run(solvable, {1, 0}, 0, true),
+      "r1(1) S1(2 0 0) [0=0](3 1 1) X0/1/1(3 1 1) r0(1) S0(1 1 1) X1/2/0(3 5 3) = 1 at 3");
+  EXPECT_EQ(run(v, {9}, 0, true, [](int, int, const ValueSelection*, CSint**, int, void*) { cs_cancelSearch(); }),
+      "r9(1) S9(2 0 0) X0/0/9(3 1 0) = 0 at 1");
+  cs_restoreAll();
+}
+
+TEST_F(Restarts, ReduceTheSetAtTheRoot)
+{
+  Vars v = {makeVar("{0, 1}"), makeVar("{0..2}"), makeVar("{3, 7}")};
+  EXPECT_TRUE(cs_IfNeq(v[1], v[2], 0, 3) && cs_IfNeq(v[1], v[2], 0, 7));
+  std::vector<ValueSelector*> selectors(v.size(), cs_getValueSelector(CS_MIN_TO_MAX));
+  NoGoodSet* set = cs_createNoGoodSet(v.data(), int(v.size()), nullptr, 0, nullptr, nullptr);
+  const int schedule[] = {1, 9}, *at = schedule;
+  EXPECT_TRUE(cs_searchValueSelectorRestartNG(
+      v.data(), selectors.data(), int(v.size()), firstFree, nextLimit, &at, 0, set, nullptr));
+  // Learnt as 0=0 1=0, of which the second fails by itself.
+  ASSERT_EQ(cs_getNbNoGoods(set), 1);
+  EXPECT_EQ(cs_getNbNoGoodElements(set->_first), 1);
+  EXPECT_EQ(set->_first->_elements[0].index, 1);
+  cs_restoreAll();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The drivers against each other
+// ---------------------------------------------------------------------------------------------------------------------
+
+static Vars randomProblem(Random& random)
+{
+  static const char* const domains[] = {"{-1..1}", "{0, 2}", "{0, 1}", "{-1, 1, 2}"};
+  Vars v;
+  int n = random.pick(3, 6);
+  for (int i = 0; i < n; i++)
+    v.push_back(makeVar(random.oneOf(domains)));
+  for (int i = 0; i < n; i++)
+    for (int j = i + 1; j < n; j++) {
+      if (random.chance(5))
+        cs_Lt(v[size_t(i)], v[size_t(j)]);
+      else if (random.chance(60))
+        cs_Neq(v[size_t(i)], v[size_t(j)]);
+      for (int k = random.pick(0, 3); k > 0; k--)
+        cs_IfNeq(v[size_t(j)], v[size_t(i)], random.pick(-1, 2), random.pick(-1, 2));
+    }
+  return v;
+}
+
+using AllDrivers = SolverTest;
+
+TEST_F(AllDrivers, WithoutPreferencesGoTheSameWay)
+{
+  using Driver = int (*)(CSint**, int, int);
+  static const Driver runs[] = {
+      [](CSint** v, int n, int fails) { return cs_searchFail(v, n, cs_findFreeVar, fails); },
+      [](CSint** v, int n, int fails) {
+        return cs_searchCriteriaFail(
+            v, n, firstFree, [](int, int) { return 5; }, fails);
+      },
+      [](CSint** v, int n, int fails) {
+        return cs_searchMatrixFail(
+            &v, 1, n, [](CSint*** m, int, int cols) { return firstFree(m[0], cols) < 0 ? -1 : 0; },
+            [](int, CSint** row, int cols) { return firstFree(row, cols); }, [](int, int, int) { return -5; }, fails);
+      },
+      [](CSint** v, int n, int fails) {
+        std::vector<ValueSelector*> selectors(size_t(n), cs_getValueSelector(CS_MIN_TO_MAX));
+        return cs_searchValueSelectorFail(v, selectors.data(), n, firstFree, fails, nullptr);
+      },
+  };
+  std::set<std::string> outcomes;
+  for (uint64_t trial = 0; trial < 300; trial++) {
+    Random random(seedOf("AllDrivers", trial));
+    int base = cs_saveContext();
+    Vars v = randomProblem(random);
+    for (int fails : {0, 1, 2, 3, 5}) {
+      std::string first;
+      for (const Driver& run : runs) {
+        int label = cs_saveContext();
+        int found = run(v.data(), int(v.size()), fails);
+        std::string outcome =
+            std::to_string(found) + ", " + counters() + ", depth " + std::to_string(contextDepth() - label);
+        for (const CSint* x : v)
+          outcome += " " + textOf(x);
+        cs_restoreContextUntil(label);
+        if (first.empty())
+          first = outcome;
+        EXPECT_EQ(outcome, first) << "trial " << trial << ", limit " << fails << ", driver " << &run - runs;
+      }
+      outcomes.insert(first);
+    }
+    cs_restoreContextUntil(base);
+  }
+  EXPECT_GT(outcomes.size(), 200u);
+}
+
+static std::multiset<std::vector<int>> solutions;
+static void noteSolution(CSint** vars, int n)
+{
+  std::vector<int> values;
+  for (int i = 0; i < n; i++)
+    values.push_back(cs_getValue(vars[i]));
+  solutions.insert(values);
+}
+
+TEST_F(AllDrivers, FindTheSameSolutions)
+{
+  SearchNotify* all = cs_createSearchNotify(nullptr);
+  cs_searchNotifySetFound(all, [](int, CSint** vars, int n, void*) { return noteSolution(vars, n), 0; });
+  int nbSolved = 0, nbUnsolved = 0, nbRestarted = 0;
+  for (uint64_t trial = 0; trial < 600; trial++) {
+    Random random(seedOf("FindTheSame", trial));
+    int base = cs_saveContext();
+    Vars v = randomProblem(random);
+    int n = int(v.size());
+    if (random.chance(50))
+      std::shuffle(v.begin(), v.end(), std::minstd_rand(unsigned(trial)));
+    solutions.clear();
+    int solvable = cs_findAll(v.data(), n, cs_findFreeVar, noteSolution);
+    auto expected = solutions;
+    std::vector<ValueSelector*> selectors;
+    for (int i = 0; i < n; i++)
+      selectors.push_back(cs_getValueSelector(random.pick(0, 4)));
+    solutions.clear();
+    EXPECT_FALSE(cs_searchValueSelectorFail(v.data(), selectors.data(), n, firstFree, 0, all));
+    EXPECT_EQ(solutions, expected) << "trial " << trial;
+    // Restarts with no-goods that are kept: as solvable as before, for a set that forgets and one that doesn't.
+    Snapshot before(v);
+    int limit = 0;
+    for (int max : {0, 3}) {
+      int label = cs_saveContext();
+      NoGoodSet* set = cs_createNoGoodSet(v.data(), n, nullptr, max, nullptr, nullptr);
+      limit = 0;
+      int found = cs_searchValueSelectorRestartNG(
+          v.data(), selectors.data(), n, firstFree, [](void* l) { return ++*static_cast<int*>(l); }, &limit, 0, set,
+          nullptr);
+      EXPECT_EQ(found, solvable) << "trial " << trial;
+      if (found) {
+        solutions.clear();
+        noteSolution(v.data(), n);
+        EXPECT_TRUE(expected.count(*solutions.begin())) << "trial " << trial;
+      }
+      cs_restoreContextUntil(label);
+      EXPECT_EQ(before.changesOfVars(), "") << "trial " << trial;
+    }
+    nbRestarted += limit > 2;
+    ++(solvable ? nbSolved : nbUnsolved);
+    cs_restoreContextUntil(base);
+  }
+  EXPECT_GT(nbSolved, 50);
+  EXPECT_GT(nbUnsolved, 50);
+  EXPECT_GT(nbRestarted, 50);
+  cs_freeSearchNotify(all);
+}
