@@ -5,7 +5,8 @@
  * What is decided is not when a step starts but, for each two steps on a machine, which comes first: a boolean for
  * each. Once all of these are decided every step may start as early as it can.
  *
- * cs_Disjunctive may pass over a schedule. The booleans alone say the same exactly, and --exact leaves it out.
+ * cs_Disjunctive may pass over a schedule, so what it finds is the best that it lets through. The booleans alone say
+ * the same exactly: with --exact it is left out, and the best is proved to be the best.
  */
 #include "support.h"
 
@@ -227,7 +228,7 @@ int main(int argc, char** argv)
   if (outcome.stop != Stop::none)
     std::printf("%s: ", stoppedText(outcome).c_str());
   else if (found)
-    std::printf("%s: ", deadline < 0 ? "optimal" : "found");
+    std::printf("%s: ", deadline >= 0 ? "found" : exact ? "optimal" : "best");
   if (found)
     std::printf("ends at %d, %s; ", bestEnd, isSchedule(shop, latest) ? "verified" : "WRONG");
   else

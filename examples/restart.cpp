@@ -16,10 +16,10 @@ using namespace example;
 static const char usage[] = "Usage: ku-restart [OPTION]...\n"
                             "Draws a random problem, solves it by restarts with no-goods, and checks the solution.\n"
                             "\n"
-                            "  --variables N    number of variables (24)\n"
-                            "  --values N       values of each (10)\n"
-                            "  --density P      percent of the pairs of variables that are constrained (40)\n"
-                            "  --tightness P    percent of the pairs of values that are forbidden then (36)\n"
+                            "  --variables N    number of variables (100)\n"
+                            "  --values N       values of each (5)\n"
+                            "  --density P      percent of the pairs of variables that are constrained (8)\n"
+                            "  --tightness P    percent of the pairs of values that are forbidden then (29)\n"
                             "  --seed N         of the random numbers (1)\n"
                             "  --plain          one search without restarts\n"
                             "  --time SECONDS   give up after this long\n"
@@ -114,9 +114,9 @@ static bool holds(const std::vector<Forbidden>& pairs)
 int main(int argc, char** argv)
 {
   Arguments arguments(argc, argv, "ku-restart", usage);
-  const int n = arguments.number("--variables", 24, 2, 1000), values = arguments.number("--values", 10, 1, 1000);
-  const int density = arguments.number("--density", 40, 0, 100);
-  const int tightness = arguments.number("--tightness", 36, 0, 100);
+  const int n = arguments.number("--variables", 100, 2, 1000), values = arguments.number("--values", 5, 1, 1000);
+  const int density = arguments.number("--density", 8, 0, 100);
+  const int tightness = arguments.number("--tightness", 29, 0, 100);
   const int seed = arguments.number("--seed", 1, 0, 1000000000);
   const bool plain = arguments.flag("--plain");
   const double seconds = arguments.seconds("--time");

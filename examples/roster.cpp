@@ -29,7 +29,6 @@ static const char usage[] =
     "\n"
     "Blank lines and lines that begin with '#' are skipped.\n"
     "\n"
-    "  --steady         try first to leave everybody on the shift of the day before\n"
     "  --time SECONDS   give up after this long\n"
     "  --help           print this text\n"
     "\n"
@@ -273,7 +272,7 @@ static int change(int day, int nurse, int shift)
   return day > 0 && cs_getMin(dayRows[static_cast<size_t>(day) - 1][nurse]) == shift ? 0 : 1;
 }
 
-static int searchSteadily(int days, int nurses)
+static int searchByDays(int days, int nurses)
 {
   for (int day = 0; day < days; day++)
     dayRows.push_back(shiftOf.data() + day * nurses);
@@ -318,7 +317,6 @@ static void print(const Rules& rules)
 int main(int argc, char** argv)
 {
   Arguments arguments(argc, argv, "ku-roster", usage);
-  const bool steady = arguments.flag("--steady");
   const double seconds = arguments.seconds("--time");
   const std::vector<std::string> files = arguments.files();
   if (files.size() != 1)
@@ -329,13 +327,8 @@ int main(int argc, char** argv)
   startSolver("ku-roster", seconds);
   Automaton automaton = makeAutomaton(rules);
   const bool possible = buildModel(rules, automaton);
-  const Outcome outcome = runSearch(files[0], [&] {
-    if (!possible)
-      return 0;
-    if (steady)
-      return searchSteadily(rules.days, static_cast<int>(rules.nurses.size()));
-    return cs_search(shiftOf.data(), static_cast<int>(shiftOf.size()), obedient<cs_findFreeVarNbElements>);
-  });
+  const Outcome outcome =
+      runSearch(files[0], [&] { return possible && searchByDays(rules.days, static_cast<int>(rules.nurses.size())); });
   if (outcome.stop != Stop::none) {
     std::printf("%s; ", stoppedText(outcome).c_str());
   } else if (outcome.found) {
