@@ -28,7 +28,12 @@ for source in [0-9]*.cpp; do
   [ -e "$source" ] || continue
   sed "1a extern \"C\" int block_${source%.cpp}(void);" "$source" > renamed && mv renamed "$source"
 done
-linker=$CC
+linker=$CC kit=
+# A block may use the tests' kit, of which the build has the objects.
+if grep -q '^#include "bruteforce.h"' [0-9]*.*; then
+  strict="$strict -I$SOURCE/tests/support -I$SOURCE/tests/random"
+  kit="$KIT $COVERAGE -lpthread"
+fi
 # shellcheck disable=SC2086
 $CC -std=c99 -pedantic $strict -c ./*.c
 if ls [0-9]*.cpp > /dev/null 2>&1; then
@@ -38,7 +43,7 @@ if ls [0-9]*.cpp > /dev/null 2>&1; then
 fi
 [ -z "$sanitize" ] || linker=$CXX # the sanitizers' C++ part, which the library refers to, comes with the program
 # shellcheck disable=SC2086
-$linker $sanitize ./*.o -o blocks -L"$directory" -lku -Wl,-rpath,"$directory"
+$linker $sanitize ./*.o $kit -o blocks -L"$directory" -lku -Wl,-rpath,"$directory"
 
 status=0
 while read -r number language line; do
