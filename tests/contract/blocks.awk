@@ -34,8 +34,8 @@ function close_block(    frame_line, path) {
     fault(at, "a block without a main, a frame or a piece mark")
   path = out "/" n "." language
   printf "#define main block_%d\n", n > path
-  if (language == "cpp") # as in a file of its own: what it shows must not have a prototype
-    printf "#pragma GCC diagnostic ignored \"-Wmissing-declarations\"\n" > path
+  if (language == "cpp") # its main, once renamed, is a function like any other
+    printf "extern \"C\" int main(void);\n" > path
   if (frame != "") {
     found = 0
     while ((getline frame_line < (frames "/" frame)) > 0)

@@ -23,11 +23,6 @@ strict="-O1 -Wall -Wextra -Wshadow -Wno-unused-parameter -Werror $sanitize -I$SO
   sed 's/^\([0-9]*\) .*/case \1: return block_\1();/' list
   echo 'default: return 2; } }'
 } > blocks.c
-# The main of a C++ block is renamed to a function of C, which takes a declaration before it.
-for source in [0-9]*.cpp; do
-  [ -e "$source" ] || continue
-  sed "1a extern \"C\" int block_${source%.cpp}(void);" "$source" > renamed && mv renamed "$source"
-done
 linker=$CC kit=
 # A block may use the tests' kit, of which the build has the objects.
 if grep -q '^#include "bruteforce.h"' [0-9]*.*; then
