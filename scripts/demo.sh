@@ -46,3 +46,4 @@ show 0 "A roster for two weeks" ku-roster ward.roster
 show 0 "A latin square" ku-quasigroup twenty.quasigroup
 show 0 "A hard random problem, with restarts" ku-restart --seed 2
 show 0 "The same without" ku-restart --plain --seed 2
+show 0 "Who does which job, in C" ku-assign staff.costs
