@@ -66,20 +66,21 @@ TEST_F(NoGoods, WhatIsKept)
   add(set, {d});
   EXPECT_EQ(textOf(set), "[2!3][2>3 0=1]");
   cs_setMaxNbNoGoods(set, 0);
+  add(set, {{0, CS_SELECT_LE, 2}, c});
   add(set, {b, c});
-  EXPECT_EQ(textOf(set), "[1<=2 2>3][2!3][2>3 0=1]");
+  EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2!3][2>3 0=1]");
   static int least = 2;
   set->_data = &least;
   cs_filterNoGood(set, dropShort);
-  EXPECT_EQ(textOf(set), "[1<=2 2>3][2>3 0=1]");
+  EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2>3 0=1]");
   set->_filter = dropShort;
   add(set, {a});
-  EXPECT_EQ(cs_getNbNoGoods(set), 2);
+  EXPECT_EQ(cs_getNbNoGoods(set), 3);
   // A client's positions are held against the length.
   const int positions[] = {1, 0}, wrong[] = {0, 2}, negative[] = {-1, 0};
   const ValueSelection decisions[] = {{CS_SELECT_EQ, 7}, {CS_SELECT_LT, 4}};
   cs_addNoGood(set, positions, decisions, 2);
-  EXPECT_EQ(textOf(set), "[1=7 0<4][1<=2 2>3][2>3 0=1]");
+  EXPECT_EQ(textOf(set), "[1=7 0<4][1<=2 2>3][0<=2 2>3][2>3 0=1]");
   EXPECT_DEATH(cs_addNoGood(set, wrong, decisions, 2), "Assertion `0' failed");
   EXPECT_DEATH(cs_addNoGood(set, negative, decisions, 2), "Assertion `0' failed");
   int position = 7;
@@ -255,6 +256,20 @@ TEST_F(NoGoods, AWalkGoesOnWhereItsNextNodeHasGone)
   EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{0..9}{0..9}");
   EXPECT_TRUE(cs_GE(x[0], 6));
   EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{0..4, 6..9}{0..9}");
+}
+
+TEST_F(NoGoods, AWalkGoesWithTheSecondWatchToo)
+{
+  add(set, {{0, CS_SELECT_GE, 1}, {1, CS_SELECT_EQ, 5}});
+  add(set,
+      {{1, CS_SELECT_LE, 8}, {0, CS_SELECT_GE, 3}, {2, CS_SELECT_EQ, 7}, {0, CS_SELECT_GE, 4}, {2, CS_SELECT_EQ, 8}});
+  EXPECT_TRUE(cs_LE(x[1], 8)); // now the first watch stands in front of the second
+  EXPECT_TRUE(cs_GE(x[0], 5));
+  EXPECT_EQ(set->_first->_p1, 4);
+  EXPECT_EQ(set->_first->_p2, 2);
+  EXPECT_EQ(textOf(x[1]), "{0..8}");
+  EXPECT_TRUE(cs_GE(x[0], 6));
+  EXPECT_EQ(textOf(x[1]), "{0..4, 6..8}");
 }
 
 static std::vector<Values> assignments;

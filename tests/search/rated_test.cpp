@@ -88,14 +88,6 @@ TEST_F(Minimize, NothingIsCheaperThanTheSmallestInteger)
   EXPECT_EQ(story, "-2147483648 ");
 }
 
-static int firstFree(CSint** vars, int n)
-{
-  for (int i = 0; i < n; i++)
-    if (cs_isFree(vars[i]))
-      return i;
-  return -1;
-}
-
 static int ratings[10]; // of the values 0..9
 
 static int noteRating(int position, int value)

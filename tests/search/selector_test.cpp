@@ -117,14 +117,6 @@ TEST_F(ValueSelectors, MethodsAndCallbacks)
 // What is told
 // ---------------------------------------------------------------------------------------------------------------------
 
-static int firstFree(CSint** vars, int n)
-{
-  for (int i = 0; i < n; i++)
-    if (cs_isFree(vars[i]))
-      return i;
-  return -1;
-}
-
 static const CSint* const* theVars;
 static int endAnswer, foundAnswer, cancelAt;
 
