@@ -3,6 +3,7 @@
  */
 #include "idle.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <iterator>
 
@@ -191,6 +192,15 @@ static const Family families[] = {
             table[i] = i * 7 % 101;
           cs_Element(x, table, 101);
         }},
+    {"cumulative of 10",
+        [](CSint*, CSint*) {
+          static CSint *durations[10], *needs[10];
+          for (int i = 0; i < 10; i++) {
+            durations[i] = CSINT(5 + i);
+            needs[i] = CSINT(1 + i % 3);
+          }
+          cs_Cumulative(operands, durations, needs, 10, CSINT(4));
+        }},
     {"ifEq", [](CSint* x, CSint* y) { cs_IfEq(x, y, 3, 4); }},
     {"occur of 100", [](CSint*, CSint*) { cs_OccurDomain(50, operands, 100); }},
     {"occur of 100, losing", [](CSint*, CSint*) { cs_OccurDomain(2, operands, 100); }},
@@ -222,6 +232,47 @@ static void familyEvent(benchmark::State& state)
   state.SetItemsProcessed(state.iterations() * 2);
 }
 BENCHMARK(familyEvent)->DenseRange(0, int(std::size(families)) - 1);
+
+/// Posts a cumulative and takes it away again. The starts lie around those of a schedule that fits, so far that tasks
+/// have compulsory parts and are narrowed; with `wide` they may be anywhere, and little is to be found.
+static void postCumulative(benchmark::State& state)
+{
+  Solver solver;
+  cs_setProfilerLocator("", cheapLocator, nullptr);
+  const int n = int(state.range(0));
+  const bool wide = state.range(1) != 0;
+  constexpr int capacity = 8;
+  CSint *starts[60], *durations[60], *needs[60], *limit = cs_createCSint(0, capacity);
+  int freeFrom[capacity] = {}; // of each unit of the resource
+  unsigned random = 1;
+  auto pick = [&](int low, int high) {
+    random = random * 1103515245u + 12345u;
+    return low + int(random >> 16) % (high - low + 1);
+  };
+  for (int i = 0; i < n; i++) {
+    int duration = pick(2, 9), need = pick(1, 4);
+    std::sort(freeFrom, freeFrom + capacity);
+    int at = freeFrom[need - 1];
+    for (int unit = 0; unit < need; unit++)
+      freeFrom[unit] = at + duration;
+    durations[i] = cs_createCSint(duration, duration + i % 2);
+    needs[i] = cs_createCSint(need, need + i % 2);
+    starts[i] = wide ? cs_createCSint(0, 6 * n) : cs_createCSint(std::max(0, at - pick(0, 5)), at + pick(0, 5));
+  }
+  int posted = 0;
+  for (auto _ : state) {
+    cs_saveContext();
+    posted = cs_Cumulative(starts, durations, needs, n, limit);
+    cs_restoreContext();
+  }
+  if (!posted)
+    state.SkipWithError("no schedule left");
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(postCumulative)
+    ->ArgNames({"tasks", "wide"})
+    ->ArgsProduct({{10, 30, 60}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond);
 
 /// Posts an automaton of 50 states and 20 symbols on 100 variables and takes it away again. Items are steps of the
 /// word.

@@ -277,6 +277,34 @@ static const auto functions = faults("FunctionFaults",
             .run = [](Vars& x) { return cs_VarElementRange(x[0], x.data(), 4); }},
     });
 
+// The first two variables are starts, then come two durations, two requirements and the limit.
+static FaultRow cumulative(const char* name)
+{
+  return {.name = name, .domains = {"0..9", "2..5", "0..3", "4", "1, 2", "1", "1..3"}, .run = [](Vars& x) {
+            int ok = cs_Cumulative(&x[0], &x[2], &x[4], 2, x[6]);
+            // What was attached before the memory ran out listens no more.
+            return cs_LE(x[0], 8) && ok;
+          }};
+}
+
+static FaultRow disjunctive(const char* name)
+{
+  return {.name = name, .domains = {"0..9", "2..5", "0..3", "4"}, .run = [](Vars& x) {
+            return cs_Disjunctive(&x[0], &x[2], 2);
+          }};
+}
+
+// At the end of the trail: the first attachments of the start, the duration and the requirement, one of the second
+// task, and that of the limit.
+static const auto scheduling =
+    faults("SchedulingFaults", {cumulative("Cumulative"), atTheEndOfTheTrail<1>("CumulativeFirstStart", cumulative("")),
+                                   atTheEndOfTheTrail<2>("CumulativeFirstDuration", cumulative("")),
+                                   atTheEndOfTheTrail<3>("CumulativeFirstRequirement", cumulative("")),
+                                   atTheEndOfTheTrail<5>("CumulativeSecondDuration", cumulative("")),
+                                   atTheEndOfTheTrail<7>("CumulativeLimit", cumulative("")), disjunctive("Disjunctive"),
+                                   atTheEndOfTheTrail<0>("DisjunctiveHolder", disjunctive("")),
+                                   atTheEndOfTheTrail<7>("DisjunctiveLimit", disjunctive(""))});
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Reified constraints and conditionals
 // ---------------------------------------------------------------------------------------------------------------------

@@ -205,6 +205,29 @@ static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSin
       .strong = std::move(rule)};
 }
 
+// Two tasks that don't run at one time, or of which each finds its need met. With three a schedule may be lost.
+static bool isSchedule(const Values& starts, const Values& durations, const Values& needs, int limit)
+{
+  bool overlap = starts[0] < starts[1] + durations[1] && starts[1] < starts[0] + durations[0];
+  for (size_t i : {0, 1})
+    if (durations[i] > 0 && needs[i] > limit)
+      return false;
+  return !overlap || durations[0] == 0 || durations[1] == 0 || needs[0] + needs[1] <= limit;
+}
+
+// Two durations, two requirements and the limit.
+static Values tasks(Random& random)
+{
+  return {random.pick(0, 3), random.pick(1, 3), random.pick(0, 3), random.pick(0, 3), random.pick(1, 5)};
+}
+
+// The constants stand behind the arguments, in the array that lives on.
+static void addConstants(Vars& x, const Values& p)
+{
+  for (int value : p)
+    x.push_back(CSINT(value));
+}
+
 // The first argument is the index, over all of them.
 static SequenceRow chosen(const char* name, CSint* (*post)(CSint*, CSint**, int))
 {
@@ -339,6 +362,30 @@ static const std::vector<SequenceRow> rows = {
     reifiedValue("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
     tie("cs_IfEq", true, cs_IfEq, naive::ifEq),
     tie("cs_IfNeq", false, cs_IfNeq, naive::ifNeq),
+    {.name = "cs_Cumulative",
+        .weight = 4,
+        .parameters = tasks,
+        .post =
+            [](Vars& x, Values& p) {
+              addConstants(x, p);
+              return cs_Cumulative(&x[0], &x[2], &x[4], 2, x[6]);
+            },
+        .holds =
+            [](auto& v, auto& p) {
+              return isSchedule(v, {p[0], p[1]}, {p[2], p[3]}, p[4]);
+            }},
+    {.name = "cs_Disjunctive",
+        .weight = 4,
+        .parameters = tasks,
+        .post =
+            [](Vars& x, Values& p) {
+              addConstants(x, p);
+              return cs_Disjunctive(&x[0], &x[2], 2);
+            },
+        .holds =
+            [](auto& v, auto& p) {
+              return isSchedule(v, {p[0], p[1]}, {1, 1}, 1);
+            }},
     {.name = "cs_OccurConstraints",
         .weight = 4,
         .count = {2, 5},
