@@ -136,26 +136,15 @@ TEST_F(NoGoods, TheLastOpenElementIsForbidden)
 {
   add(set, {a, b, c});
   add(set, {{0, CS_SELECT_GT, 3}, {0, CS_SELECT_LT, 7}});
-  add(set, {{2, CS_SELECT_LE, 4}});
   for (int round = 0; round < 2; round++) {
     // Restoring leaves the watches where they are.
     int label = cs_saveContext();
-    EXPECT_TRUE(cs_LE(x[1], 2));
-    EXPECT_TRUE(cs_GE(x[2], 4));
-    EXPECT_EQ(textOf(x[0]) + textOf(x[2]), "{0, 2..9}{5..9}");
+    EXPECT_TRUE(cs_LE(x[1], 2) && cs_GE(x[2], 4));
+    EXPECT_EQ(textOf(x[0]), "{0, 2..9}");
     EXPECT_TRUE(cs_GE(x[0], 4));
     EXPECT_EQ(textOf(x[0]), "{7..9}");
     cs_restoreContextUntil(label);
     label = cs_saveContext();
-    EXPECT_TRUE(cs_EQ(x[0], 1));
-    EXPECT_TRUE(cs_GE(x[2], 4));
-    EXPECT_FALSE(cs_EQ(x[1], 2)); // all hold
-    cs_restoreContextUntil(label);
-    label = cs_saveContext();
-    EXPECT_TRUE(cs_EQ(x[0], 1));
-    EXPECT_TRUE(cs_GE(x[1], 3));
-    EXPECT_TRUE(cs_GE(x[2], 3)); // one is false already
-    EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{3..9}{5..9}");
     EXPECT_FALSE(cs_EQ(x[0], 4)); // two of one variable
     cs_restoreContextUntil(label);
   }
