@@ -111,16 +111,20 @@ TEST_F(NoGoods, TheEndOfASetAndAMaximumBelowZero)
   EXPECT_EQ(nbAtTheEnd, 1);
 }
 
-// One decision alone, of each method at each place of the domain: what is left when the variable has had an event.
-TEST_F(NoGoods, ADecisionAloneIsForbiddenAtTheNextEvent)
+// One decision of each method at each place of the domain, alone or beside one on the same variable that holds: what is
+// left when the variable has had an event.
+TEST_F(NoGoods, TheLastOpenDecisionIsForbiddenAtTheNextEvent)
 {
   for (const char* domain : {"{2..5, 9}", "{2, 3, 9}", "{3, 9}", "{2, 4, 5, 9}"})
     for (int method = 0; method < 6; method++)
-      for (int value = 1; value <= 6; value++) {
+      for (int i = 0; i < 14; i++) {
         cs_saveContext();
         Vars v = {makeVar(domain)};
         NoGoodSet* one = cs_createNoGoodSet(v.data(), 1, nullptr, 0, nullptr, nullptr);
-        add(one, {{0, method, value}});
+        std::vector<Decision> decisions = {{0, method, i % 7}};
+        if (i >= 7)
+          decisions.push_back({0, CS_SELECT_GE, 2});
+        add(one, decisions);
         Values left = valuesOf(v[0]);
         left.pop_back();
         std::erase_if(left, [&](int each) { return forbids(one->_first, {each}); });
@@ -130,24 +134,6 @@ TEST_F(NoGoods, ADecisionAloneIsForbiddenAtTheNextEvent)
         }
         cs_restoreContext();
       }
-}
-
-TEST_F(NoGoods, TheLastOpenElementIsForbidden)
-{
-  add(set, {a, b, c});
-  add(set, {{0, CS_SELECT_GT, 3}, {0, CS_SELECT_LT, 7}});
-  for (int round = 0; round < 2; round++) {
-    // Restoring leaves the watches where they are.
-    int label = cs_saveContext();
-    EXPECT_TRUE(cs_LE(x[1], 2) && cs_GE(x[2], 4));
-    EXPECT_EQ(textOf(x[0]), "{0, 2..9}");
-    EXPECT_TRUE(cs_GE(x[0], 4));
-    EXPECT_EQ(textOf(x[0]), "{7..9}");
-    cs_restoreContextUntil(label);
-    label = cs_saveContext();
-    EXPECT_FALSE(cs_EQ(x[0], 4)); // two of one variable
-    cs_restoreContextUntil(label);
-  }
 }
 
 TEST_F(NoGoods, AWatchMovesHalfWayAlong)
