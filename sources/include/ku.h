@@ -1000,7 +1000,7 @@ CS_API int cs_endValueSelector(ValueSelector* selector, int position, CSint** va
 typedef struct NoGoodSet NoGoodSet;
 typedef struct NoGood NoGood;
 
-/* Decides whether a no-good is kept: no drops it. It must neither add no-goods nor change domains. */
+/* Decides whether a no-good is kept: no drops it. It must add and drop none itself, and leave domains as they were. */
 typedef int (*NoGoodFilter)(NoGoodSet* set, NoGood* noGood, CSint** variables, int n, void* data);
 
 /* Called when the set ends, while its no-goods are still there. */
@@ -1009,7 +1009,8 @@ typedef void (*NoGoodDestructor)(NoGoodSet* set, void* data);
 /*
  * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number;
  * not negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked
- * for each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
+ * for each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory, and then `destructor` is
+ * never called.
  */
 CS_API NoGoodSet* cs_createNoGoodSet(
     CSint** variables, int n, NoGoodFilter filter, int max, NoGoodDestructor destructor, void* data);

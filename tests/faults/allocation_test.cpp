@@ -396,15 +396,16 @@ static std::vector<FaultRow> watchers()
   };
 }
 
-static int firstFree(CSint** vars, int n)
-{
-  for (int i = 0; i < n; i++)
-    if (cs_isFree(vars[i]))
-      return i;
-  return -1;
-}
-
 static NoGoodSet* noGoods;
+
+// The data stays with a client that is given no set.
+static bool createSet(Vars& x)
+{
+  noGoods = nullptr;
+  noGoods = cs_createNoGoodSet(
+      x.data(), 2, nullptr, 0, [](NoGoodSet* set, void*) { EXPECT_EQ(set, noGoods); }, nullptr);
+  return noGoods;
+}
 
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
@@ -436,13 +437,9 @@ static const std::vector<FaultRow> searching = {
               cs_freeSearchNotify(notify);
               return notify;
             }},
-    {.name = "createNoGoodSet",
-        .domains = {"1..3", "1..3"},
-        .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }},
-    atTheEndOfTheTrail<1>("createNoGoodSetAtTheEndOfTheTrail",
-        {.name = "",
-            .domains = {"1..3", "1..3"},
-            .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }}),
+    {.name = "createNoGoodSet", .domains = {"1..3", "1..3"}, .run = createSet},
+    atTheEndOfTheTrail<1>(
+        "createNoGoodSetAtTheEndOfTheTrail", {.name = "", .domains = {"1..3", "1..3"}, .run = createSet}),
     {.name = "addNoGood",
         .domains = {"1..3", "1..3"},
         .prepare = [](Vars& x) { noGoods = cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); },
