@@ -62,6 +62,7 @@ struct Constraint
   int32_t _refCount;        ///< attachments now in place
   Destructor _destructor;   ///< or null
   uint32_t _state;          ///< 0: ordinary; bit 0: called on failures only (cs_eventConflict)
+  uint8_t _events;          ///< bit of each event whose handler isn't Ptrue
   ConstraintInfo* _info;    ///< counted
 };
 
@@ -71,6 +72,10 @@ struct Tconstraint
   Constraint* _constraint;
   Tconstraint* _next; ///< next older attachment of the same variable
   int32_t _index;     ///< position in the constraint's array, or -1 where it knows its variables by name
+  uint8_t _events;    ///< those of the constraint, or all bits: a walk passes over it at other events
+  uint8_t _eventsOn;  ///< those of this attachment and all older ones: a walk ends here at other events
+  uint8_t _block;     ///< attachments in the memory block in which this one lies
+  uint8_t _room;      ///< of these, the places behind this one
 };
 
 /// The handler without interest: returns 1.

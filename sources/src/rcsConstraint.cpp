@@ -34,6 +34,14 @@ void releaseInfo(ConstraintInfo* info)
     free(info);
 }
 
+static uint8_t eventsOf(const Handler* handlers)
+{
+  uint32_t events = 0;
+  for (uint32_t event = 0; event < 6; event++)
+    events |= uint32_t(handlers[event] != Ptrue) << event;
+  return uint8_t(events);
+}
+
 Constraint* rcsCreateConstraint(ConstraintInfo* info, void* data, const Handler* handlers)
 {
   auto* constraint = static_cast<Constraint*>(malloc(sizeof(Constraint)));
@@ -41,8 +49,13 @@ Constraint* rcsCreateConstraint(ConstraintInfo* info, void* data, const Handler*
     rcsHandleNoMemoryError();
     return nullptr;
   }
-  *constraint = {
-      ._data = data, ._handlers = handlers, ._refCount = 0, ._destructor = nullptr, ._state = 0, ._info = info};
+  *constraint = {._data = data,
+      ._handlers = handlers,
+      ._refCount = 0,
+      ._destructor = nullptr,
+      ._state = 0,
+      ._events = eventsOf(handlers),
+      ._info = info};
   info->_refCount++;
   return constraint;
 }
@@ -56,18 +69,47 @@ void freeConstraint(Constraint* constraint)
   free(constraint);
 }
 
-int _rcsAddConstraint(Constraint* constraint, CSint* variable, int32_t index)
+/// A place for the next attachment in front of `newest`. Those of a variable come and go at one end and are walked from
+/// there, so they lie side by side in blocks, each twice as large as the one before: the walk is what waits for memory.
+/// Null when out of memory.
+static Tconstraint* placeBefore(Tconstraint* newest)
 {
-  auto* t = static_cast<Tconstraint*>(malloc(sizeof(Tconstraint)));
+  constexpr uint32_t smallest = 2, largest = 128;
+  if (newest && newest->_room > 0) {
+    Tconstraint* t = newest + 1;
+    t->_block = newest->_block;
+    t->_room = uint8_t(newest->_room - 1);
+    return t;
+  }
+  uint32_t size = newest ? newest->_block * 2u : smallest;
+  size = size < largest ? size : largest;
+  auto* t = static_cast<Tconstraint*>(malloc(size * sizeof(Tconstraint)));
   if (!t) {
     rcsHandleNoMemoryError();
+    return nullptr;
+  }
+  t->_block = uint8_t(size);
+  t->_room = uint8_t(size - 1);
+  return t;
+}
+
+int _rcsAddConstraint(Constraint* constraint, CSint* variable, int32_t index)
+{
+  Tconstraint* older = variable->_constraints;
+  Tconstraint* t = placeBefore(older);
+  if (!t) {
     // Nothing else holds a constraint without attachments.
     if (constraint->_refCount == 0)
       freeConstraint(constraint);
     return 0;
   }
   constraint->_refCount++;
-  *t = {._constraint = constraint, ._next = variable->_constraints, ._index = index};
+  t->_constraint = constraint;
+  t->_next = older;
+  t->_index = index;
+  // One with a state is to be looked at whatever happens.
+  t->_events = constraint->_state ? UINT8_MAX : constraint->_events;
+  t->_eventsOn = older ? uint8_t(t->_events | older->_eventsOn) : t->_events;
   variable->_constraints = t;
   if (_rcsSaveTconstraint(variable))
     return 1;
@@ -83,5 +125,7 @@ void _rcsRemoveConstraint(CSint* variable)
   variable->_constraints = t->_next;
   if (--t->_constraint->_refCount == 0)
     freeConstraint(t->_constraint);
-  free(t);
+  const bool isFirst = t->_room == t->_block - 1;
+  if (isFirst)
+    free(t);
 }

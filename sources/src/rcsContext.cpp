@@ -458,6 +458,15 @@ static inline bool wake(const Change& change, Tconstraint* t)
   return uint8_t(t->_constraint->_handlers[change._event](change._variable, t, change._old, change._now)) != 0;
 }
 
+/// The next attachment from `t` on to be called at the event. Where a handler would be Ptrue there is nothing to call,
+/// except that a profiler counts it.
+static inline Tconstraint* interested(Tconstraint* t, size_t event)
+{
+  while (t && !(t->_events >> event & 1) && !IsProfileEnabled)
+    t = t->_eventsOn >> event & 1 ? t->_next : nullptr;
+  return t;
+}
+
 /// Gives back all that is pending, also for flushes further out, in one step.
 static void dropQueue()
 {
@@ -488,7 +497,7 @@ static void dropQueue()
 /// and false comes back. `flagged` is the first listener for failure that this flush met, in whatever list.
 static inline bool wakeAll(const Change& change, Tconstraint* t, Tconstraint*& flagged)
 {
-  for (; t; t = t->_next) {
+  for (; (t = interested(t, change._event)); t = t->_next) {
     if (t->_constraint->_state == 0) [[likely]] {
       if (!wake(change, t)) {
         failFlush(change._variable, change._event, change._old, change._now, t, flagged);
@@ -551,15 +560,14 @@ static inline int runFlush(Flush flush)
 int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
 {
   return runFlush([=] {
-    Tconstraint* t = variable->_constraints;
-    do {
+    for (Tconstraint* t = variable->_constraints; (t = interested(t, event)); t = t->_next) {
       if (t->_constraint->_state != 0) [[unlikely]]
         return wakeRest(variable, event, old, now, t);
       if (!wake({variable, event, old, now}, t)) [[unlikely]]
         return failFlush(variable, event, old, now, t, nullptr);
       if (IsProfileEnabled) [[unlikely]]
         rcsCallProfiler(1, variable, uint32_t(event), t->_constraint->_info);
-    } while ((t = t->_next));
+    }
     if (_pq._head)
       drainQueue(nullptr);
     else

@@ -72,7 +72,7 @@ int post(Version version, CSint* x, CSint* y)
   if (version == staysAttached) {
     // Past the trail.
     auto* t = static_cast<Tconstraint*>(malloc(sizeof(Tconstraint)));
-    *t = {constraint, y->_constraints, -1};
+    *t = {constraint, y->_constraints, -1, 63, 63, 1, 0}; // for all events, in a block of its own
     y->_constraints = t;
     constraint->_refCount++;
   }
