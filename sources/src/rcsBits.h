@@ -62,6 +62,15 @@ inline uint64_t bitsFrom(const Domain* set, int32_t value)
   return nextBits(walk);
 }
 
+/// The number of bits on. Spelled out, because for the plainest processors the compiler makes a call of it.
+inline uint32_t countBits(uint64_t bits)
+{
+  bits -= bits >> 1 & 0x5555555555555555;
+  bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
+  bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
+  return uint32_t(bits * 0x0101010101010101 >> 56);
+}
+
 /// A mask of the lowest `count` bits, which is at least 1; of all 64 where `count` is more.
 inline uint64_t lowestBits(int64_t count) { return ~uint64_t(0) >> (count < 64 ? 64 - count : 0); }
 

@@ -98,8 +98,8 @@ uint32_t rcsDomainCountOn(const Domain* set, int32_t from, int32_t to)
   uint64_t bits = wordAt(set, word) & (~uint64_t(0) << (a & 63));
   uint32_t count = 0;
   for (; word < last; bits = wordAt(set, ++word))
-    count += uint32_t(std::popcount(bits));
-  return count + uint32_t(std::popcount(bits & (~uint64_t(0) >> (63 - (b & 63)))));
+    count += countBits(bits);
+  return count + countBits(bits & (~uint64_t(0) >> (63 - (b & 63))));
 }
 
 int32_t rcsDomainNextOn(const Domain* set, int32_t value)

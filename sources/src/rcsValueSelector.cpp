@@ -148,7 +148,7 @@ static int32_t valueOfRank(const CSint* v, int32_t rank)
     return wrapAdd(v->_min, rank);
   for (int32_t from = v->_min;; from = wrapAdd(from, 64)) {
     uint64_t bits = bitsFrom(v->_domain, from);
-    int32_t count = std::popcount(bits);
+    auto count = int32_t(countBits(bits));
     if (rank < count) {
       for (; rank > 0; rank--)
         bits &= bits - 1;
