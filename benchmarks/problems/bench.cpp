@@ -43,27 +43,31 @@ static const Problem problems[] = {
     {"queens-neq", 12, all, 14200, equal, false, "the same"},
     {"queens-first", 20, first, 1, equal, true, "one placement of queens, with all-different, by smallest domain"},
     {"queens-first", 100, first, 1, equal, true, "the same"},
-    {"queens-first", 500, first, 1, equal, false, "the same"},
+    {"queens-first", 200, first, 1, equal, false, "the same"},
+    {"queens-first", 1000, first, 1, equal, false, "the same"},
     {"queens-first-neq", 100, first, 1, equal, true, "one placement of queens, with disequalities, by smallest domain"},
     {"queens-first-neq", 200, first, 1, equal, false, "the same"},
     {"magic", 3, all, 8, equal, true, "all magic squares"},
     {"magic", 4, all, 7040, equal, false, "the same", 715398, 598686},
     {"latin", 5, all, 161280, equal, false, "all Latin squares"},
     {"quasigroup", 20, first, 1, equal, true, "a Latin square completed, by smallest domain"},
-    {"quasigroup", 30, first, 1, equal, false, "the same"},
+    {"quasigroup", 25, first, 1, equal, false, "the same"},
     {"langford", 7, all, 52, equal, true, "all sequences of pairs k apart from each other by k others"},
     {"langford", 8, all, 300, equal, true, "the same"},
     {"langford", 11, all, 35584, equal, false, "the same"},
-    {"colouring", 6, first, 0, equal, true, "the squares of a board in as many colours as its side, where queens attack"},
+    {"colouring", 6, first, 0, equal, true,
+        "the squares of a board in as many colours as its side, where queens attack"},
     {"colouring", 8, first, 0, equal, false, "the same"},
     {"pigeonholes", 7, first, 0, equal, true, "as many pigeons in one hole less, by disequalities"},
-    {"pigeonholes", 10, first, 0, equal, false, "the same"},
+    {"pigeonholes", 11, first, 0, equal, false, "the same"},
     {"cryptarithm", 10, all, 1, equal, true, "DONALD + GERALD = ROBERT, one equation"},
-    {"linear", 9, all, -1, equal, false, "all solutions of equations with coefficients of both signs"},
-    {"knapsack", 18, all, -1, equal, false, "all knapsacks within a capacity that are worth enough"},
-    {"nonogram", 20, all, -1, equal, true, "all pictures to the clues of a random one, by automata"},
+    {"linear", 10, all, -1, equal, false, "all solutions of equations with coefficients of both signs"},
+    {"knapsack", 24, all, -1, equal, false, "all knapsacks within a capacity that are worth enough"},
+    {"nonogram", 20, all, 1, equal, true, "all pictures to the clues of a random one, by automata"},
+    {"nonogram", 28, all, 4, equal, false, "the same"},
+    {"nonogram", 30, all, 32, equal, false, "the same"},
     {"cars", 10, all, 6, equal, true, "all sequences of ten cars on an assembly line"},
-    {"cars", 20, all, -1, equal, false, "the same of twice the cars"},
+    {"cars", 15, all, -1, equal, false, "the same with five more, without options"},
     {"jobshop-ft06", 55, first, 1, equal, true, "a schedule of that length, by reified comparisons"},
     {"jobshop-ft06", 54, first, 0, equal, true, "none is shorter"},
     {"jobshop-la01", 666, first, 1, equal, false, "a schedule of that length"},
@@ -188,7 +192,10 @@ static Run runApart(const Problem& problem, Solve solve, const std::string& titl
 // The table
 // =====================================================================================================================
 
-static int64_t knownAnswer(const Problem& problem) { return problem.answer >= 0 ? problem.answer : workedAnswer(problem); }
+static int64_t knownAnswer(const Problem& problem)
+{
+  return problem.answer >= 0 ? problem.answer : workedAnswer(problem);
+}
 
 static std::string verdictOn(const Problem& problem, const Run& result)
 {

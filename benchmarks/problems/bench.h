@@ -53,7 +53,7 @@ struct Outcome
 /// Options that are one program's own.
 struct Settings
 {
-  bool countCalls = false;  ///< ku-bench: with a profiler, which costs time
+  bool countCalls = false;   ///< ku-bench: with a profiler, which costs time
   unsigned copyDistance = 8; ///< gecode-bench: decisions between two copies of the state
 };
 inline Settings settings;

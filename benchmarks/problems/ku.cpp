@@ -455,9 +455,9 @@ static Outcome solveOne(const Problem& problem)
   cs_init();
   cs_setProfilerLocator(
       "", [](void*) { return ""; }, nullptr);
-  const Solve solve =
-      std::find_if(std::begin(models), std::end(models), [&](const Model& m) { return m.name == problem.model; })
-          ->solve;
+  const Solve solve = std::find_if(std::begin(models), std::end(models), [&](const Model& m) {
+    return m.name == problem.model;
+  })->solve;
   return settings.countCalls ? solveWithCounts(problem, solve) : solve(problem);
 }
 
