@@ -45,10 +45,10 @@ function bar(name, time,    y, x, width, colour) {
       width < 0 ? "end" : "start", time)
 }
 
-function position(ratio) {
-  if (ratio < 0.125) ratio = 0.125
-  if (ratio > 8) ratio = 8
-  return 200 + 480 * (log(ratio) / log(2) + 3) / 6
+function position(r) {
+  if (r < 0.125) r = 0.125
+  if (r > 8) r = 8
+  return 200 + 480 * (log(r) / log(2) + 3) / 6
 }
 
 function chartText(    height, text, k, x) {

@@ -29,6 +29,8 @@ namespace bench {
 using enum Wanted;
 using enum Strength;
 
+// Rows with the answer -1 have it worked out by another way than search (workedAnswer). Those of the nonograms were
+// counted by a line solver apart.
 static const Problem problems[] = {
     {"start", 0, first, 1, other, true, "nothing: what the program itself takes"},
     {"queens", 8, all, 92, equal, true, "all placements of queens, with three all-different"},
@@ -66,8 +68,8 @@ static const Problem problems[] = {
     {"nonogram", 20, all, 1, equal, true, "all pictures to the clues of a random one, by automata"},
     {"nonogram", 28, all, 4, equal, false, "the same"},
     {"nonogram", 30, all, 32, equal, false, "the same"},
-    {"cars", 10, all, 6, equal, true, "all sequences of ten cars on an assembly line"},
-    {"cars", 15, all, -1, equal, false, "the same with five more, without options"},
+    {"cars", 10, all, 6, other, true, "all sequences of ten cars on an assembly line"},
+    {"cars", 12, all, -1, other, false, "the same with two more, without options"},
     {"jobshop-ft06", 55, first, 1, equal, true, "a schedule of that length, by reified comparisons"},
     {"jobshop-ft06", 54, first, 0, equal, true, "none is shorter"},
     {"jobshop-la01", 666, first, 1, equal, false, "a schedule of that length"},
@@ -91,7 +93,9 @@ static std::string nameOf(const Problem& problem) { return problem.model + ("-" 
 struct Measured
 {
   Outcome outcome;
-  double seconds; ///< of CPU, user and system
+  double seconds;      ///< of CPU, user and system
+  double mebibytes;    ///< the peak
+  int64_t knownAnswer; ///< worked out here too where it must be, after the rest is measured
 };
 
 static double cpuSeconds()
@@ -102,12 +106,21 @@ static double cpuSeconds()
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
+static double peakMebibytes()
+{
+  rusage usage;
+  getrusage(RUSAGE_SELF, &usage);
+  return double(usage.ru_maxrss) / 1024;
+}
+
 [[noreturn]] static void solveHere(const Problem& problem, Solve solve, int pipe)
 {
   const double start = cpuSeconds();
   Measured measured = {};
   measured.outcome = solve(problem);
   measured.seconds = cpuSeconds() - start;
+  measured.mebibytes = peakMebibytes();
+  measured.knownAnswer = problem.answer >= 0 ? problem.answer : workedAnswer(problem);
   const bool told = write(pipe, &measured, sizeof measured) == ssize_t(sizeof measured);
   _exit(told ? 0 : 1);
 }
@@ -127,18 +140,17 @@ struct Run
 {
   End end;
   Measured measured;
-  double mebibytes; ///< peak
 };
 
 /// Waits for the process, with a line of progress on a terminal.
-static End waitFor(pid_t child, const std::string& title, double limit, rusage* usage, int* status)
+static End waitFor(pid_t child, const std::string& title, double limit, int* status)
 {
   const bool onTerminal = isatty(STDERR_FILENO) == 1;
   const double start = wallSeconds();
   double nextReport = start + 0.5;
   End end = End::solved;
   useconds_t nap = 500;
-  while (wait4(child, status, WNOHANG, usage) == 0) {
+  while (waitpid(child, status, WNOHANG) == 0) {
     const double now = wallSeconds();
     if (end == End::solved && (caughtSignal || (limit > 0 && now - start > limit))) {
       end = caughtSignal ? End::stopped : End::timeLimit;
@@ -177,25 +189,18 @@ static Run runApart(const Problem& problem, Solve solve, const std::string& titl
   }
   close(ends[1]);
   Run result = {};
-  rusage usage = {};
   int status = 0;
-  result.end = waitFor(child, title, limit, &usage, &status);
+  result.end = waitFor(child, title, limit, &status);
   const bool told = read(ends[0], &result.measured, sizeof result.measured) == ssize_t(sizeof result.measured);
   close(ends[0]);
   if (result.end == End::solved && !(told && WIFEXITED(status) && WEXITSTATUS(status) == 0))
     result.end = End::died;
-  result.mebibytes = double(usage.ru_maxrss) / 1024;
   return result;
 }
 
 // =====================================================================================================================
 // The table
 // =====================================================================================================================
-
-static int64_t knownAnswer(const Problem& problem)
-{
-  return problem.answer >= 0 ? problem.answer : workedAnswer(problem);
-}
 
 static std::string verdictOn(const Problem& problem, const Run& result)
 {
@@ -210,8 +215,8 @@ static std::string verdictOn(const Problem& problem, const Run& result)
   case End::solved:
     break;
   }
-  if (outcome.answer != knownAnswer(problem))
-    return "WRONG: the answer is " + std::to_string(knownAnswer(problem));
+  if (outcome.answer != result.measured.knownAnswer)
+    return "WRONG: the answer is " + std::to_string(result.measured.knownAnswer);
   if (!outcome.sound)
     return "WRONG: a solution is none";
   if (problem.choicePoints >= 0 && (outcome.choicePoints != problem.choicePoints || outcome.fails != problem.fails))
@@ -230,7 +235,7 @@ static void printRow(const Problem& problem, const Run& result, const std::strin
       static_cast<long long>(outcome.choicePoints), static_cast<long long>(outcome.fails));
   if (settings.countCalls)
     printf("%13lld ", static_cast<long long>(outcome.handlerCalls));
-  printf("%9.4f %8.1f  %s\n", result.measured.seconds, result.mebibytes, verdict.c_str());
+  printf("%9.4f %8.1f  %s\n", result.measured.seconds, result.measured.mebibytes, verdict.c_str());
   fflush(stdout);
 }
 
