@@ -51,6 +51,28 @@ function position(r) {
   return 200 + 480 * (log(r) / log(2) + 3) / 6
 }
 
+# The variables posted and searched once, of which the peer has no row: time for each, by their number.
+function growthText(    text, i, name, n, each, x, y, line) {
+  text = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 640 300\" font-family=\"sans-serif\" font-size=\"12\">\n" \
+    "<rect width=\"640\" height=\"300\" fill=\"white\"/>\n" \
+    "<text x=\"20\" y=\"22\" font-size=\"15\">Microseconds for a variable, posted and searched once, and bytes of memory</text>\n"
+  for (i = 1; i <= nbNames; i++) {
+    name = names[i]
+    if (name !~ /^growth-/) continue
+    n = substr(name, 8)
+    each = 1e6 * seconds["ku", name] / n
+    x = 80 + 160 * (log(n) / log(10) - 3)
+    y = 250 - 80 * each
+    line = line sprintf("%.1f,%.1f ", x, y)
+    text = text sprintf("<circle cx=\"%.1f\" cy=\"%.1f\" r=\"4\" fill=\"#2a78b8\"/>\n", x, y) \
+      sprintf("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"middle\">%.2f µs, %.0f bytes</text>\n", x, y - 10, each, memory["ku", name] * 1048576 / n) \
+      sprintf("<text x=\"%.1f\" y=\"275\" text-anchor=\"middle\">%d</text>\n", x, n)
+  }
+  if (line == "") return ""
+  return text "<line x1=\"40\" x2=\"600\" y1=\"250\" y2=\"250\" stroke=\"#444\"/>\n" \
+    "<polyline fill=\"none\" stroke=\"#2a78b8\" points=\"" line "\"/>\n</svg>\n"
+}
+
 function chartText(    height, text, k, x) {
   height = 80 + 20 * nbBars
   text = sprintf("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 740 %d\" font-family=\"sans-serif\" font-size=\"12\">\n", height)
@@ -112,6 +134,7 @@ END {
     close(page)
     printf "%s", kept > page
     printf "%s", chartText() > chart
+    if (growthText() != "") printf "%s", growthText() > growth
     print "Written: " page ", " chart
   }
   exit wrong

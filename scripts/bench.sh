@@ -73,7 +73,7 @@ done
 step "Ratios"
 where=()
 if [ $docs = yes ]; then
-  where=(-v page=docs/performance.md -v chart=docs/performance-peer.svg)
+  where=(-v page=docs/performance.md -v chart=docs/performance-peer.svg -v growth=docs/performance-growth.svg)
 fi
 awk "${where[@]+"${where[@]}"}" -v out="$out" -v rounds="$rounds" -v cpu="$(sed -n 's/^model name[^:]*: //p;' /proc/cpuinfo | head -n 1)" \
   -f scripts/bench.awk "$out"/ku.* "$out"/ku-again.* "$out"/far.* "$out"/near.*

@@ -82,6 +82,10 @@ static const Problem problems[] = {
     {"interval", 9, all, 120, other, true, "all all-interval series, by differences"},
     {"interval", 11, all, 648, other, false, "the same"},
     {"tour", 9, best, -1, other, false, "the shortest tour through points, by a table of distances"},
+    {"growth", 1000, first, 1, other, true, "so many variables in a chain of cs_Le, posted and searched once"},
+    {"growth", 10000, first, 1, other, true, "the same"},
+    {"growth", 100000, first, 1, other, true, "the same"},
+    {"growth", 1000000, first, 1, other, false, "the same"},
 };
 
 static std::string nameOf(const Problem& problem) { return problem.model + ("-" + std::to_string(problem.size)); }
@@ -115,6 +119,11 @@ static double peakMebibytes()
 
 [[noreturn]] static void solveHere(const Problem& problem, Solve solve, int pipe)
 {
+  // A search a million decisions deep takes more stack than is usual.
+  rlimit stack;
+  getrlimit(RLIMIT_STACK, &stack);
+  stack.rlim_cur = stack.rlim_max;
+  setrlimit(RLIMIT_STACK, &stack);
   const double start = cpuSeconds();
   Measured measured = {};
   measured.outcome = solve(problem);

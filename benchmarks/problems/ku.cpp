@@ -332,13 +332,12 @@ static struct
 
 static CSint* chooseOrder(CSint**, int)
 {
-  const auto& [pairs, durations, starts, orders] = shopModel;
+  Vars& starts = shopModel.starts;
+  const Vars& orders = shopModel.orders;
   const int order = tightestOrder(
-      pairs, durations, [&](int p) { return cs_isFree(orders[size_t(2 * p)]); },
+      shopModel.pairs, shopModel.durations, [&](int p) { return cs_isFree(orders[size_t(2 * p)]); },
       [&](int i) { return starts[size_t(i)]->_min; }, [&](int i) { return starts[size_t(i)]->_max; });
-  if (order >= 0)
-    return orders[size_t(order)];
-  return cs_findFreeVar(const_cast<CSint**>(starts.data()), int(starts.size()));
+  return order >= 0 ? orders[size_t(order)] : cs_findFreeVar(starts.data(), int(starts.size()));
 }
 
 static Outcome jobShops(const Problem& problem)
@@ -407,13 +406,31 @@ static Outcome tour(const Problem& problem)
   return minimize(posted, point, sum(legs));
 }
 
+/// The next variable of a search without a fail, without looking at those before it.
+static CSint* nextVar(CSint** vars, int n)
+{
+  static int next = 0;
+  while (next < n && !cs_isFree(vars[next]))
+    next++;
+  return next < n ? vars[next] : nullptr;
+}
+
+static Outcome growth(const Problem& problem)
+{
+  Vars vars = makeVars(problem.size, 0, 1);
+  bool posted = true;
+  for (size_t i = 1; i < vars.size(); i++)
+    posted = posted && cs_Le(vars[i - 1], vars[i]);
+  return findFirst(posted, vars, nextVar, [&] { return cs_getMax(vars.back()) == 0; });
+}
+
 static const Model models[] = {{"start", start}, {"queens", queens}, {"queens-neq", queensNeq},
     {"queens-first", queensFirst}, {"queens-first-neq", queensFirstNeq}, {"magic", magic}, {"latin", latin},
     {"quasigroup", quasigroup}, {"langford", langford}, {"colouring", colouring}, {"pigeonholes", pigeonholes},
     {"cryptarithm", cryptarithms}, {"linear", linear}, {"knapsack", knapsacks}, {"nonogram", nonograms},
     {"cars", carLine}, {"jobshop-ft06", jobShops}, {"jobshop-la01", jobShops}, {"jobshop-la02", jobShops},
     {"jobshop-la03", jobShops}, {"jobshop-la04", jobShops}, {"jobshop-la05", jobShops}, {"golomb", golomb},
-    {"interval", interval}, {"tour", tour}};
+    {"interval", interval}, {"tour", tour}, {"growth", growth}};
 
 // =====================================================================================================================
 // The solver around each of them
