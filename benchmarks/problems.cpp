@@ -4,6 +4,7 @@
 #include <ku.h>
 
 #include <benchmark/benchmark.h>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -121,19 +122,6 @@ static void colouring(benchmark::State& state)
 }
 BENCHMARK(colouring)->ArgNames({"side", "colourable"})->Args({7, 1})->Args({6, 0})->Unit(benchmark::kMillisecond);
 
-/// More pigeons than holes, as pairs of disequalities: nothing but search, by each driver in turn.
-template <typename Run>
-static void pigeonholesBy(benchmark::State& state, Run run)
-{
-  Solver solver;
-  constexpr int n = 8;
-  Vars pigeons = makeVars(n, 1, n - 1);
-  for (size_t i = 0; i < n; i++)
-    for (size_t j = i + 1; j < n; j++)
-      cs_Neq(pigeons[i], pigeons[j]);
-  measure(state, [&] { return !run(pigeons.data(), n); });
-}
-
 static int firstFree(CSint** vars, int n)
 {
   for (int i = 0; i < n; i++)
@@ -142,28 +130,91 @@ static int firstFree(CSint** vars, int n)
   return -1;
 }
 
+static int64_t nbTold;
+
+/// A notification with all callbacks, each of which counts.
+static SearchNotify* countAll()
+{
+  SearchNotify* notify = cs_createSearchNotify(nullptr);
+  cs_searchNotifySetSearchStart(notify, [](int, CSint**, int, void*) { nbTold++; });
+  cs_searchNotifySetSearchEnd(notify, [](int, int, int, CSint**, int, void*) { nbTold++; });
+  cs_searchNotifySetEnter(notify, [](int, int, CSint**, int, void*) { nbTold++; });
+  cs_searchNotifySetLeave(notify, [](int, int, CSint**, int, void*) { nbTold++; });
+  cs_searchNotifySetBeforeValueSelection(
+      notify, [](int, int, const ValueSelection*, CSint**, int, void*) { nbTold++; });
+  cs_searchNotifySetAfterValueSelection(
+      notify, [](int, int, int, const ValueSelection*, CSint**, int, void*) { nbTold++; });
+  cs_searchNotifySetFound(notify, [](int, CSint**, int, void*) { return 1; });
+  return notify;
+}
+
+static int bySelector(CSint** vars, int n, int kind, SearchNotify* notify = nullptr)
+{
+  std::vector<ValueSelector*> selectors(size_t(n), cs_getValueSelector(kind));
+  return cs_searchValueSelectorFail(vars, selectors.data(), n, firstFree, 0, notify);
+}
+
+static int byRestarts(CSint** vars, int n, NoGoodSet* noGoods)
+{
+  std::vector<ValueSelector*> selectors(size_t(n), cs_getValueSelector(CS_MIN_TO_MAX));
+  int limit = 50;
+  auto twice = [](void* last) { return *static_cast<int*>(last) *= 2; };
+  return cs_searchValueSelectorRestartNG(vars, selectors.data(), n, firstFree, twice, &limit, 0, noGoods, nullptr);
+}
+
+struct Driver
+{
+  const char* name;
+  int (*run)(CSint** vars, int n);
+};
+
+static const Driver drivers[] = {
+    {"search", [](CSint** vars, int n) { return cs_search(vars, n, cs_findFreeVar); }},
+    {"find all", [](CSint** vars, int n) { return cs_findAll(vars, n, cs_findFreeVar, count); }},
+    {"minimize",
+        [](CSint** vars, int n) { return cs_minimize(vars, n, cs_findFreeVar, vars[0], [](CSint**, int, CSint*) {}); }},
+    {"rating", [](CSint** vars,
+                   int n) { return cs_searchCriteria(vars, n, firstFree, [](int, int value) { return value; }); }},
+    {"matrix",
+        [](CSint** vars, int n) {
+          return cs_searchMatrix(
+              &vars, 1, n, [](CSint*** m, int, int cols) { return firstFree(m[0], cols) < 0 ? -1 : 0; },
+              [](int, CSint** row, int cols) { return firstFree(row, cols); },
+              [](int, int, int value) { return value; });
+        }},
+    {"ascending", [](CSint** vars, int n) { return bySelector(vars, n, CS_MIN_TO_MAX); }},
+    {"descending", [](CSint** vars, int n) { return bySelector(vars, n, CS_MAX_TO_MIN); }},
+    {"lower and upper", [](CSint** vars, int n) { return bySelector(vars, n, CS_LOWER_AND_UPPER); }},
+    {"upper and lower", [](CSint** vars, int n) { return bySelector(vars, n, CS_UPPER_AND_LOWER); }},
+    {"median and rest", [](CSint** vars, int n) { return bySelector(vars, n, CS_MEDIAN_AND_REST); }},
+    {"ascending, all told",
+        [](CSint** vars, int n) {
+          SearchNotify* notify = countAll();
+          int found = bySelector(vars, n, CS_MIN_TO_MAX, notify);
+          cs_freeSearchNotify(notify);
+          return found;
+        }},
+    {"restarts", [](CSint** vars, int n) { return byRestarts(vars, n, nullptr); }},
+    {"restarts with no-goods",
+        [](CSint** vars, int n) {
+          return byRestarts(vars, n, cs_createNoGoodSet(vars, n, nullptr, 0, nullptr, nullptr));
+        }},
+};
+
+/// More pigeons than holes, as pairs of disequalities: nothing but search, by each driver in turn.
 static void pigeonholes(benchmark::State& state)
 {
-  pigeonholesBy(state, [](CSint** vars, int n) { return cs_search(vars, n, cs_findFreeVar); });
+  const Driver& driver = drivers[state.range(0)];
+  state.SetLabel(driver.name);
+  Solver solver;
+  constexpr int n = 8;
+  Vars pigeons = makeVars(n, 1, n - 1);
+  for (size_t i = 0; i < n; i++)
+    for (size_t j = i + 1; j < n; j++)
+      cs_Neq(pigeons[i], pigeons[j]);
+  measure(state, [&] { return !driver.run(pigeons.data(), n); });
 }
-BENCHMARK(pigeonholes)->Unit(benchmark::kMillisecond);
-
-static void pigeonholesByRating(benchmark::State& state)
-{
-  pigeonholesBy(state,
-      [](CSint** vars, int n) { return cs_searchCriteria(vars, n, firstFree, [](int, int value) { return value; }); });
-}
-BENCHMARK(pigeonholesByRating)->Unit(benchmark::kMillisecond);
-
-static void pigeonholesBySelector(benchmark::State& state)
-{
-  int kind = int(state.range(0));
-  pigeonholesBy(state, [=](CSint** vars, int n) {
-    std::vector<ValueSelector*> selectors(size_t(n), cs_getValueSelector(kind));
-    return cs_searchValueSelectorFail(vars, selectors.data(), n, firstFree, 0, nullptr);
-  });
-}
-BENCHMARK(pigeonholesBySelector)->ArgName("kind")->DenseRange(0, 4)->Unit(benchmark::kMillisecond);
+BENCHMARK(pigeonholes)->ArgName("driver")->DenseRange(0, int(std::size(drivers)) - 1)->Unit(benchmark::kMillisecond);
 
 /// The letters D E M N O R S Y, and one linear equation.
 static void sendMoreMoney(benchmark::State& state)

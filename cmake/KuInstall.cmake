@@ -14,7 +14,7 @@ install(TARGETS ${KU_TARGETS} EXPORT ku-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ku_runtime NAMELINK_COMPONENT ku_development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ku_development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES sources/include/ku.h sources/include/rcs.h
+install(FILES sources/include/ku.h sources/include/ku_run.h sources/include/rcs.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ku_development)
 
 install(EXPORT ku-targets NAMESPACE ku:: DESTINATION ${KU_CMAKE_DIR} COMPONENT ku_development)

@@ -1,30 +1,32 @@
 /*
- * ku-golomb: is there a Golomb ruler with so many marks and of that length? All distances between its marks differ.
+ * ku-golomb: the shortest Golomb ruler with so many marks, or one of a given length. All distances between its marks
+ * differ.
  *
  * The model: the marks in order from 0 to the length, their differences all different. A ruler may be turned round, so
  * the first gap is made smaller than the last. The differences of marks that are far apart have the least they can be,
- * the sum of so many different gaps.
+ * the sum of so many different gaps. The last mark is the cost that cs_minimize lowers.
  */
 #include "support.h"
 
 using namespace example;
 
-static const char usage[] = "Usage: ku-golomb [OPTION]... MARKS LENGTH\n"
-                            "Looks for a ruler of that LENGTH with that many MARKS, at 0 and at LENGTH among others,\n"
-                            "on which no two pairs of marks are the same distance apart.\n"
-                            "\n"
-                            "  --time SECONDS   give up after this long\n"
-                            "  --help           print this text\n"
-                            "\n"
-                            "Exit status: 0 done, 2 wrong usage, 3 the time limit ended the search, 130 Ctrl-C.\n";
+static const char usage[] =
+    "Usage: ku-golomb [OPTION]... MARKS [LENGTH]\n"
+    "Looks for the shortest ruler with that many MARKS, or one of that LENGTH, on which no two\n"
+    "pairs of marks are the same distance apart.\n"
+    "\n"
+    "  --time SECONDS   give up after this long\n"
+    "  --help           print this text\n"
+    "\n"
+    "Exit status: 0 done, 2 wrong usage, 3 the time limit ended the search, 130 Ctrl-C.\n";
 
 static std::vector<CSint*> mark, distance;
 
-static bool buildModel(int marks, int length)
+static bool buildModel(int marks, int low, int high)
 {
   for (int i = 0; i < marks; i++)
-    mark.push_back(cs_createCSint(0, length));
-  if (!cs_EQ(mark.front(), 0) || !cs_EQ(mark.back(), length))
+    mark.push_back(cs_createCSint(0, high));
+  if (!cs_EQ(mark.front(), 0) || !cs_GE(mark.back(), low))
     return false;
   CSint *firstGap = nullptr, *lastGap = nullptr;
   for (size_t j = 1; j < mark.size(); j++) {
@@ -46,26 +48,46 @@ static bool buildModel(int marks, int length)
   return cs_AllNeq(distance.data(), static_cast<int>(distance.size())) != 0;
 }
 
+static std::vector<int> ruler;
+
+static void keep(CSint** marks, int n, CSint*)
+{
+  ruler.clear();
+  for (int i = 0; i < n; i++)
+    ruler.push_back(cs_getValue(marks[i]));
+}
+
 int main(int argc, char** argv)
 {
   Arguments arguments(argc, argv, "ku-golomb", usage);
   const double seconds = arguments.seconds("--time");
   const std::vector<std::string> words = arguments.files();
-  if (words.size() != 2)
-    arguments.fail("MARKS and LENGTH are wanted");
+  if (words.size() != 1 && words.size() != 2)
+    arguments.fail("MARKS are wanted, and perhaps LENGTH");
   const int marks = arguments.toNumber("MARKS", words[0], 2, 60);
-  const int length = arguments.toNumber("LENGTH", words[1], 1, 100000);
+  const bool shortest = words.size() == 1;
+  const int length = shortest ? 0 : arguments.toNumber("LENGTH", words[1], 1, 100000);
   startSolver("ku-golomb", seconds);
-  const bool possible = buildModel(marks, length);
-  const Outcome outcome = runSearch(
-      words[0] + " marks", [&] { return possible && cs_search(mark.data(), marks, obedient<cs_findFreeVar>); });
+  // The shortest rulers are known to be shorter than marks^2 for far more marks than this program takes.
+  const bool possible = shortest ? buildModel(marks, 0, marks * marks) : buildModel(marks, length, length);
+  const Outcome outcome = runSearch(words[0] + " marks", [&] {
+    if (!possible)
+      return 0;
+    if (shortest)
+      return cs_minimize(mark.data(), marks, obedient<cs_findFreeVar>, mark.back(), keep);
+    if (!cs_search(mark.data(), marks, obedient<cs_findFreeVar>))
+      return 0;
+    keep(mark.data(), marks, nullptr);
+    return 1;
+  });
+  for (const int m : ruler)
+    std::printf("%d ", m);
   if (outcome.stop != Stop::none)
     std::printf("%s", stoppedText(outcome).c_str());
-  else if (outcome.found)
-    for (const CSint* m : mark)
-      std::printf("%d ", cs_getValue(m));
-  else
+  else if (!outcome.found)
     std::printf("there is none");
+  else if (shortest)
+    std::printf("is the shortest");
   std::printf("\n%s\n", outcome.cost().c_str());
   cs_end();
   return worse(done, outcome.stop);

@@ -6,6 +6,7 @@
  *   runSearch     runs a search driver that obeys Ctrl-C and a time limit, counts, and shows progress on a terminal
  *   obedient      makes a variable selector of the library one that runSearch can watch through
  *   Where         the place in an input file that a message is about
+ *   Numbers       reads a file of whole numbers
  *
  * All examples share these exit statuses; where several apply, the largest counts:
  *
@@ -25,6 +26,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -71,6 +74,12 @@ public:
   {
     std::string text;
     return take(name, text) ? toNumber(name, text, low, high) : otherwise;
+  }
+
+  std::string text(std::string_view name, const std::string& otherwise)
+  {
+    std::string value;
+    return take(name, value) ? value : otherwise;
   }
 
   // The number that a word stands for.
@@ -168,6 +177,67 @@ inline void complain(const Where& where, const std::string& message)
   std::fprintf(stderr, "%s: out of memory\n", program);
   std::exit(badInput);
 }
+
+// Reads the whole numbers of a file one by one; from '#' on a line is a comment. The first mistake is complained of;
+// from then on every number is the lowest allowed.
+class Numbers
+{
+public:
+  explicit Numbers(const std::string& file) : _where{file}, _in(file)
+  {
+    if (!_in)
+      fail("can't be opened");
+  }
+
+  int next(const std::string& what, int low, int high)
+  {
+    std::string word;
+    if (!_good || !nextWord(word))
+      return fail("ends where " + what + " should stand"), low;
+    int value = 0;
+    const char* end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data(), end, value);
+    if (error != std::errc() || stop != end || value < low || value > high)
+      return fail("expected " + what + ", from " + std::to_string(low) + " to " + std::to_string(high) + ", not '" +
+                  word + "'"),
+             low;
+    return value;
+  }
+
+  // After the last number that is wanted: has all been read, without a mistake?
+  bool done()
+  {
+    std::string word;
+    if (_good && nextWord(word))
+      fail("'" + word + "' is too much");
+    return _good;
+  }
+
+private:
+  Where _where;
+  std::ifstream _in;
+  std::istringstream _line;
+  bool _good = true;
+
+  bool nextWord(std::string& word)
+  {
+    while (!(_line >> word) || word[0] == '#') {
+      std::string line;
+      if (!std::getline(_in, line))
+        return false;
+      _where.line++;
+      _line = std::istringstream(line);
+    }
+    return true;
+  }
+
+  void fail(const std::string& message)
+  {
+    if (_good)
+      complain(_where, message);
+    _good = false;
+  }
+};
 
 inline std::string plural(long long count, const char* one, const char* many)
 {

@@ -35,3 +35,15 @@ show 0 "An all-interval series" ku-interval 12
 show 0 "A Golomb ruler" ku-golomb 8 34
 show 0 "A knapsack" ku-knapsack p01.knapsack
 show 0 "A timetable with wishes" ku-timetable school.timetable
+show 0 "The shortest Golomb ruler with nine marks" ku-golomb 9
+show 0 "Cars down the line" ku-cars ten.cars
+show 0 "A magic sequence" ku-sequence 10
+show 0 "A job shop" ku-jobshop ft06.jobs
+show 0 "A tour" ku-tour ten.tour
+show 0 "Building a house" ku-project house.project
+show 0 "A picture" ku-nonogram ship.nonogram
+show 0 "A roster for two weeks" ku-roster ward.roster
+show 0 "A latin square" ku-quasigroup twenty.quasigroup
+show 0 "A hard random problem, with restarts" ku-restart --seed 2
+show 0 "The same without" ku-restart --plain --seed 2
+show 0 "Who does which job, in C" ku-assign staff.costs

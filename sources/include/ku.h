@@ -611,6 +611,56 @@ CS_API int cs_OccurConstraints(CSint* count, int value, CSint** variables, int n
 CS_API CSint* cs_OccurDomain(int value, CSint** variables, int n);
 
 /* ---------------------------------------------------------------------------------------------------------------------
+ * Cumulative and disjunctive: tasks on a resource
+ *
+ * Task i runs from startTimes[i] for durations[i] time units, the end excluded; with a duration of 0 it doesn't run. 1,
+ * or 0 on failure or when out of memory. The arrays are kept by reference and must stay as they are, and alive, as long
+ * as the constraint lives. With n < 1 the result is 1 and nothing is posted. Starts may be negative; durations should
+ * not be: a task that must end before it can start fails.
+ *
+ * Strength: the limits; the time table, made of the parts of tasks that run wherever they start; and the energy that
+ * must fall into the intervals from a task's earliest start to its latest end. There is no edge finding. Less than
+ * bounds consistency, and holes in the domains are ignored. Starts and durations, requirements and the limit are all
+ * narrowed; a task that can't be met is switched off by a duration of 0, which fails only where it must run.
+ *
+ * Known weakness: a wrong schedule is never accepted, but a right one may be lost. A new bound is carried on to where
+ * another task ends or starts at present, though that task could slide and the bound would then fit. With durations 1,
+ * 2, 1, 2 and starts in 4..6, 3..5, 2..4, 1 cs_Disjunctive is left with 4, 5, 3, 1, although 6, 4, 3, 1 fits too; with
+ * durations 2, 2, 2, 4 and starts in 4..6, 6..8, 6..9, 1 it fails, although 5, 7, 9, 1 fits. Who must not lose a
+ * schedule, as for a proof that there is none or that one is the best, models it by comparisons, which are exact. For
+ * tasks that may not overlap, of each two tasks x and y one ends before the other starts:
+ *     CSint* first = cs_ReifLe(cs_Add(startX, durationX), startY);
+ *     CSint* second = cs_ReifLe(cs_Add(startY, durationY), startX);
+ *     cs_GE(cs_Add(first, second), 1);
+ * and for a resource, at the start of each task x the requirements of all tasks y (x is one of them) that run then add
+ * up to at most the limit: y runs then if cs_Mul(cs_ReifLe(startY, startX), cs_ReifLt(startX, cs_Add(startY,
+ * durationY))) is 1. Two tasks, or tasks of length 1, lose nothing that was ever seen.
+ *
+ * Cost: an event takes time of up to the cube of n, and less where few other tasks share its span. Memory: 60 bytes for
+ * each task, and its three attachments.
+ *
+ * 32 bits: sums of times wrap, and so do the heights of stacked requirements; a start and a duration should add up
+ * inside the range. Energies are worked in 64 bits, but the unavoidable one of a single task in an interval wraps at 32
+ * (duration times requirement). An accepted context around a posting (cs_acceptContext) must leave alone what an outer
+ * one had changed: of these variables more than of others, as their attachments share one record.
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * At each time the requirements of the tasks that run then add up to at most the limit. All four kinds of variables may
+ * be constants (CSINT) or not. Requirements should not be negative: a negative minimum counts as it stands, against the
+ * load of the others, and the rise of a requirement whose maximum is below 1 isn't looked at, so a wrong schedule could
+ * be accepted. Requirements may be given twice, as may starts and durations; but a variable that is a requirement and
+ * also the limit, or a requirement and also a start, can lead to a load above the limit that ends the process by abort.
+ */
+CS_API int cs_Cumulative(CSint** startTimes, CSint** durations, CSint** resources, int n, CSint* limit);
+
+/*
+ * No two tasks overlap: the same with requirements and limit 1. Two that must run at one time fail at posting. A task
+ * of no duration may lie inside another.
+ */
+CS_API int cs_Disjunctive(CSint** startTimes, CSint** durations, int n);
+
+/* ---------------------------------------------------------------------------------------------------------------------
  * Words of an automaton
  * ------------------------------------------------------------------------------------------------------------------ */
 
@@ -950,7 +1000,7 @@ CS_API int cs_endValueSelector(ValueSelector* selector, int position, CSint** va
 typedef struct NoGoodSet NoGoodSet;
 typedef struct NoGood NoGood;
 
-/* Decides whether a no-good is kept: no drops it. It must neither add no-goods nor change domains. */
+/* Decides whether a no-good is kept: no drops it. It must add and drop none itself, and leave domains as they were. */
 typedef int (*NoGoodFilter)(NoGoodSet* set, NoGood* noGood, CSint** variables, int n, void* data);
 
 /* Called when the set ends, while its no-goods are still there. */
@@ -959,7 +1009,8 @@ typedef void (*NoGoodDestructor)(NoGoodSet* set, void* data);
 /*
  * A new set without no-goods on the array, which is kept by reference. It holds up to `max` no-goods (0: any number;
  * not negative): when it is full, the one goes that was added or caused a failure longest ago. `filter`, which is asked
- * for each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory.
+ * for each new no-good, and `destructor` may be null. Null with n < 1 and when out of memory, and then `destructor` is
+ * never called.
  */
 CS_API NoGoodSet* cs_createNoGoodSet(
     CSint** variables, int n, NoGoodFilter filter, int max, NoGoodDestructor destructor, void* data);

@@ -219,26 +219,27 @@ CSint* cs_Max(CSint** variables, int n)
   return postAs("cs_Max", [=](ConstraintInfo* info) { return doMax(info, variables, n, ArrayOf::caller); });
 }
 
-/// The arguments as an array that belongs to the trail.
-static CSint** takeArguments(int32_t n, CSint* first, va_list further)
+/// Posts on the arguments, as an array that belongs to the trail.
+template <typename Post>
+[[gnu::always_inline]] static inline CSint* postArguments(
+    const char* function, int32_t n, CSint* first, va_list further, Post post)
 {
-  auto* vars = newTrailArray<CSint*>(n);
-  if (!vars)
-    return nullptr;
-  vars[0] = first;
-  for (int32_t i = 1; i < n; i++)
-    vars[i] = va_arg(further, CSint*);
-  return vars;
+  return postAs(function, [&](ConstraintInfo* info) -> CSint* {
+    auto* vars = newTrailArray<CSint*>(n);
+    if (!vars)
+      return nullptr;
+    vars[0] = first;
+    for (int32_t i = 1; i < n; i++)
+      vars[i] = va_arg(further, CSint*);
+    return post(info, vars, n, ArrayOf::trail);
+  });
 }
 
 CSint* cs_VMin(int n, CSint* first, ...)
 {
   va_list further;
   va_start(further, first);
-  CSint* result = postAs("cs_VMin", [&](ConstraintInfo* info) {
-    CSint** vars = takeArguments(n, first, further);
-    return vars ? doMin(info, vars, n, ArrayOf::trail) : nullptr;
-  });
+  CSint* result = postArguments("cs_VMin", n, first, further, doMin);
   va_end(further);
   return result;
 }
@@ -247,10 +248,7 @@ CSint* cs_VMax(int n, CSint* first, ...)
 {
   va_list further;
   va_start(further, first);
-  CSint* result = postAs("cs_VMax", [&](ConstraintInfo* info) {
-    CSint** vars = takeArguments(n, first, further);
-    return vars ? doMax(info, vars, n, ArrayOf::trail) : nullptr;
-  });
+  CSint* result = postArguments("cs_VMax", n, first, further, doMax);
   va_end(further);
   return result;
 }

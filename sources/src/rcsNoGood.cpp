@@ -417,7 +417,6 @@ static NoGoodSet* doCreateNoGoodSet(ConstraintInfo* info, CSint** variables, int
   ngs->_nbVars = n;
   ngs->_filter = filter;
   ngs->_maxNbNoGoods = max == 0 ? INT32_MAX : max;
-  ngs->_destructor = destructor;
   ngs->_data = data;
   for (int32_t i = 0; i < n; i++)
     ngs->_watches[i] = nullptr;
@@ -427,7 +426,11 @@ static NoGoodSet* doCreateNoGoodSet(ConstraintInfo* info, CSint** variables, int
     return nullptr;
   }
   constraint->_destructor = destroyNoGood;
-  return attach(constraint, variables, n) ? ngs : nullptr;
+  if (!attach(constraint, variables, n))
+    return nullptr;
+  // Not before: a client that is given no set keeps its data, though what has been attached may end much later.
+  ngs->_destructor = destructor;
+  return ngs;
 }
 
 NoGoodSet* cs_createNoGoodSet(

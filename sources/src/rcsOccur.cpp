@@ -22,8 +22,9 @@ struct OccurShared
   int32_t _value;
   CSint** _vars;
   int32_t _nbVars;
-  CSint* _possible;
-  CSint* _undecided;
+  CSint* _possible = nullptr;    ///< null once the record that owns the sets is gone
+  CSint* _undecided = nullptr;   ///< likewise
+  OccurShared* _other = nullptr; ///< the record of the other constraint; null once that is gone
 };
 
 /// The record of the constraint on the count; the one on the variables has a copy of the shared part alone.
@@ -53,10 +54,12 @@ static int updateUndecided(const OccurShared* d, int (*update)(CSint* v, int32_t
   return 1;
 }
 
+static bool isUndecided(const OccurShared* d, int32_t p) { return d->_undecided && holds(d->_undecided, p); }
+
 /// The variable at position p has lost the value.
 static int PoccurTintNeq(const OccurShared* d, int32_t p)
 {
-  if (!holds(d->_undecided, p))
+  if (!isUndecided(d, p))
     return 1;
   if (isFixed(d->_undecided))
     return rcsSetMax(d->_count, possibleCount(d) - 1);
@@ -75,7 +78,7 @@ static int PoccurTintNeq(const OccurShared* d, int32_t p)
 /// The variable at position p is fixed to the value.
 static int takePosition(const OccurShared* d, int32_t p)
 {
-  if (!holds(d->_undecided, p))
+  if (!isUndecided(d, p))
     return 1;
   if (isFixed(d->_undecided))
     return rcsSetMin(d->_count, possibleCount(d));
@@ -137,9 +140,24 @@ static const Handler PoccurVint[6] = {Ptrue, Ptrue, PoccurVintEqEvent, PoccurVin
 static const Handler PoccurTint[6] = {PoccurTintNewMinEvent, PoccurTintNewMaxEvent, PoccurTintEqEvent,
     PoccurTintEqEvent, PoccurTintEqEvent, PoccurTintNeqEvent};
 
+/// The trail takes the attachments of a variable from the newest on, and after an accepted context that may be another
+/// one than was recorded. So either record may go first; without the sets the constraint on the variables is idle.
+// The trail takes the attachments of a variable from the newest on, and after an accepted context that may be another
+// one than was recorded. So either record may go first; without the sets the constraint on the variables is idle.
+
+static void endCopy(void* data)
+{
+  if (OccurShared* owner = static_cast<OccurShared*>(data)->_other)
+    owner->_other = nullptr;
+}
+
 static void occurDestructor(void* data)
 {
   auto* d = static_cast<OccurData*>(data);
+  if (OccurShared* copy = d->_shared._other) {
+    copy->_possible = copy->_undecided = nullptr;
+    copy->_other = nullptr;
+  }
   _rcsIntDestroy(&d->_possibleSet);
   _rcsIntDestroy(&d->_undecidedSet);
 }
@@ -200,14 +218,17 @@ static Constraint* newOccur(ConstraintInfo* info, const OccurShared& shared)
 
 static int doOccur(ConstraintInfo* info, CSint* count, int32_t value, CSint** vars, int32_t n)
 {
-  Constraint* onCount = newOccur(info,
-      {._count = count, ._value = value, ._vars = vars, ._nbVars = n, ._possible = nullptr, ._undecided = nullptr});
+  Constraint* onCount = newOccur(info, {._count = count, ._value = value, ._vars = vars, ._nbVars = n});
   if (!onCount)
     return 0;
-  const OccurShared shared = static_cast<OccurData*>(onCount->_data)->_shared;
-  Constraint* onVars = newCompanion(onCount, count, info, PoccurTint, shared);
+  OccurShared* owner = &static_cast<OccurData*>(onCount->_data)->_shared;
+  Constraint* onVars = newCompanion(onCount, count, info, PoccurTint, *owner);
   if (!onVars)
     return 0;
+  auto* copy = static_cast<OccurShared*>(onVars->_data);
+  owner->_other = copy;
+  copy->_other = owner;
+  onVars->_destructor = endCopy;
   for (int32_t p = 0; p < n; p++)
     if (vars[p]->_nbElements >= 2 && holds(vars[p], value) && !_rcsAddConstraint(onVars, vars[p], p))
       return 0;

@@ -37,14 +37,14 @@ void cs_printStats(void) { cs_fprintStats(stdout); }
 // Depth-first search
 // =====================================================================================================================
 
-/// Every way out but the last leaves the contexts as they are: a solution must stay visible, and after the limit or a
-/// cancel the client restores to a label of its own. A parent takes a cancelled level for a failed one and pops that
-/// level's context in place of its own; repairing that here would undo what the client is promised to find.
-int _searchFail(const Search* s)
+/// Tries the values of `v` in ascending order, each in a context of its own. `descend` searches below one that stands;
+/// when it answers yes, or `isOver`, the contexts stay as they are, and so they do at a cancel: a solution must stay
+/// visible, and after the limit or a cancel the client restores to a label of its own. A parent takes a cancelled level
+/// for a failed one and pops that level's context in place of its own; repairing that here would undo what the client
+/// is promised to find.
+template <typename Descend, typename IsOver>
+[[gnu::always_inline]] static inline int tryValues(CSint* v, Descend descend, IsOver isOver)
 {
-  CSint* v = s->_findFreeVar(s->_vars, s->_n);
-  if (!v)
-    return 1;
   // Taken once: the values to try are those of this moment.
   int32_t value = v->_min;
   const int32_t max = v->_max;
@@ -56,12 +56,12 @@ int _searchFail(const Search* s)
       if (rcsCancelSearch)
         return 0;
       if (cs_EQ(v, value)) {
-        if (_searchFail(s))
+        if (descend())
           return 1;
       } else {
         countFail();
       }
-      if (limitReached(rcsNbFails, s->_fails))
+      if (isOver())
         return 0;
       cs_restoreAndSaveContext();
     }
@@ -70,6 +70,13 @@ int _searchFail(const Search* s)
   }
   cs_acceptContext();
   return 0;
+}
+
+int _searchFail(const Search* s)
+{
+  CSint* v = s->_findFreeVar(s->_vars, s->_n);
+  return !v || tryValues(
+                   v, [=] { return _searchFail(s); }, [=] { return limitReached(rcsNbFails, s->_fails); });
 }
 
 static int runSearch(CSint** variables, int n, CSfindFreeVar findFreeVar, int fails)
@@ -127,25 +134,13 @@ static void _findAll(const AllSearch* s)
     succeed = 1;
     return;
   }
-  int32_t value = v->_min;
-  const int32_t max = v->_max;
-  const Domain* domain = v->_domain;
-  cs_saveContext();
-  for (; value <= max; value++) {
-    if (rcsDomainIsOn(domain, value)) {
-      countChoicePoint();
-      if (rcsCancelSearch)
-        return;
-      if (cs_EQ(v, value))
+  tryValues(
+      v,
+      [=] {
         _findAll(s);
-      else
-        countFail();
-      cs_restoreAndSaveContext();
-    }
-    if (value == max)
-      break;
-  }
-  cs_acceptContext();
+        return false;
+      },
+      [] { return false; });
 }
 
 int cs_findAll(CSint** variables, int n, CSfindFreeVar findFreeVar, CSfound found)

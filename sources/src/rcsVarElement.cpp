@@ -13,10 +13,11 @@
  * context the index and the array may be wider: values and positions without an entry are passed over.
  */
 #include "rcsPositions.h"
-#include "rcsPost.h"
 
+struct VarElementData;
 struct ValuePositions;
-struct VarElementPair;
+
+using VarElementPair = RecordPair<VarElementData, ValuePositions>;
 
 struct VarElementData
 {
@@ -35,13 +36,6 @@ struct ValuePositions
   VarElementData* _owner; ///< null once it is gone
   int32_t _firstValue;
   int32_t _positions[]; ///< for each value from the first on, a position that can provide it
-};
-
-/// What the constraint on the array's variables works on.
-struct VarElementPair
-{
-  VarElementData* _element; ///< null once that or the positions are gone
-  ValuePositions* _positions;
 };
 
 constexpr int32_t noSupport = INT32_MIN;
@@ -261,7 +255,7 @@ static int PelementNeqEvent(CSint*, Tconstraint* t, int32_t removed, int32_t)
 /// Null when the attachment's position can't be chosen any more: its variable has no influence then.
 static VarElementData* elementAt(const Tconstraint* t)
 {
-  VarElementData* e = dataOf<VarElementPair>(t)->_element;
+  VarElementData* e = dataOf<VarElementPair>(t)->_data;
   return e && holds(e->_indexVar, t->_index) ? e : nullptr;
 }
 
@@ -353,48 +347,6 @@ static const Handler Pelement[6] = {PelementNewMinMaxEvent, PelementNewMinMaxEve
 
 static const Handler Ptint[6] = {
     PtintNewMinEvent, PtintNewMaxEvent, PtintEqEvent, PtintEqEvent, PtintEqEvent, PtintNeqEvent};
-
-// =====================================================================================================================
-// The records' ends
-//
-// The trail takes the attachments of a variable from the newest on, and after an accepted context that may be another
-// one than was recorded. So any of the records may go first; what is left of the constraint is then idle where it would
-// read that one.
-// =====================================================================================================================
-
-static void part(VarElementData* e)
-{
-  if (!e)
-    return;
-  if (e->_valuePositions)
-    e->_valuePositions->_owner = nullptr;
-  if (e->_pair)
-    e->_pair->_element = nullptr;
-  e->_valuePositions = nullptr;
-  e->_pair = nullptr;
-}
-
-static void endElement(void* data) { part(static_cast<VarElementData*>(data)); }
-
-static void endPositions(void* data) { part(static_cast<ValuePositions*>(data)->_owner); }
-
-static void endPair(void* data)
-{
-  if (VarElementData* e = static_cast<VarElementPair*>(data)->_element)
-    e->_pair = nullptr;
-}
-
-static void tie(Constraint* onIndex, Constraint* onResult, Constraint* onVars)
-{
-  auto* e = static_cast<VarElementData*>(onIndex->_data);
-  e->_valuePositions = static_cast<ValuePositions*>(onResult->_data);
-  e->_pair = static_cast<VarElementPair*>(onVars->_data);
-  *e->_pair = {._element = e, ._positions = e->_valuePositions};
-  e->_valuePositions->_owner = e;
-  onIndex->_destructor = endElement;
-  onResult->_destructor = endPositions;
-  onVars->_destructor = endPair;
-}
 
 // =====================================================================================================================
 // Posting
@@ -503,7 +455,7 @@ static CSint* doVarElement(ConstraintInfo* info, const Choice& choice)
     freeConstraint(onResult);
     return nullptr;
   }
-  tie(onIndex, onResult, onVars);
+  Tie<&VarElementData::_valuePositions>::bind(onIndex, onResult, onVars);
   if (!_rcsAddConstraint(onResult, result, -1)) {
     freeConstraint(onVars);
     return nullptr;

@@ -10,10 +10,11 @@
  * stay on backtracking. An update that fails leaves them as they were.
  */
 #include "rcsPositions.h"
-#include "rcsPost.h"
 
+struct VarElementRangeData;
 struct RangeWitnesses;
-struct VarElementRangePair;
+
+using VarElementRangePair = RecordPair<VarElementRangeData, RangeWitnesses>;
 
 struct VarElementRangeData
 {
@@ -30,13 +31,6 @@ struct RangeWitnesses
   VarElementRangeData* _owner; ///< null once it is gone
   int32_t _minPosition;
   int32_t _maxPosition;
-};
-
-/// What the constraint on the array's variables works on.
-struct VarElementRangePair
-{
-  VarElementRangeData* _range; ///< null once that or the witnesses are gone
-  RangeWitnesses* _bounds;
 };
 
 /// The variable at the one position that the index has left; null when that lies outside the array.
@@ -205,7 +199,7 @@ static int PrangeElementEqEvent(CSint* result, Tconstraint* t, int32_t, int32_t)
 /// Null when the attachment's position can't be chosen any more: its variable has no influence then.
 static VarElementRangeData* rangeAt(const Tconstraint* t)
 {
-  VarElementRangeData* r = dataOf<VarElementRangePair>(t)->_range;
+  VarElementRangeData* r = dataOf<VarElementRangePair>(t)->_data;
   return r && holds(r->_indexVar, t->_index) ? r : nullptr;
 }
 
@@ -255,48 +249,6 @@ static const Handler PrangeTint[6] = {
     PrangeTintNewMinEvent, PrangeTintNewMaxEvent, PrangeTintEqEvent, PrangeTintEqEvent, PrangeTintEqEvent, Ptrue};
 
 // =====================================================================================================================
-// The records' ends
-//
-// The trail takes the attachments of a variable from the newest on, and after an accepted context that may be another
-// one than was recorded. So any of the records may go first; what is left of the constraint is then idle where it would
-// read that one.
-// =====================================================================================================================
-
-static void part(VarElementRangeData* r)
-{
-  if (!r)
-    return;
-  if (r->_bounds)
-    r->_bounds->_owner = nullptr;
-  if (r->_pair)
-    r->_pair->_range = nullptr;
-  r->_bounds = nullptr;
-  r->_pair = nullptr;
-}
-
-static void endRange(void* data) { part(static_cast<VarElementRangeData*>(data)); }
-
-static void endWitnesses(void* data) { part(static_cast<RangeWitnesses*>(data)->_owner); }
-
-static void endPair(void* data)
-{
-  if (VarElementRangeData* r = static_cast<VarElementRangePair*>(data)->_range)
-    r->_pair = nullptr;
-}
-
-static void tie(Constraint* onIndex, Constraint* onResult, Constraint* onVars)
-{
-  auto* r = static_cast<VarElementRangeData*>(onIndex->_data);
-  r->_bounds = static_cast<RangeWitnesses*>(onResult->_data);
-  r->_pair = static_cast<VarElementRangePair*>(onVars->_data);
-  *r->_pair = {._range = r, ._bounds = r->_bounds};
-  r->_bounds->_owner = r;
-  onIndex->_destructor = endRange;
-  onResult->_destructor = endWitnesses;
-  onVars->_destructor = endPair;
-}
-
-// =====================================================================================================================
 // Posting
 // =====================================================================================================================
 
@@ -319,7 +271,7 @@ static CSint* doVarElementRange(ConstraintInfo* info, CSint* index, const Domain
     freeConstraint(onResult);
     return nullptr;
   }
-  tie(onIndex, onResult, onVars);
+  Tie<&VarElementRangeData::_bounds>::bind(onIndex, onResult, onVars);
   if (!_rcsAddConstraint(onResult, result, -1)) {
     freeConstraint(onVars);
     return nullptr;

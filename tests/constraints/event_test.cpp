@@ -1,6 +1,7 @@
 /*
  * The event watchers: what is told, when, and what an answer does.
  */
+#include "report.h"
 #include "snapshot.h"
 
 #include <functional>
@@ -52,6 +53,16 @@ protected:
           " " + std::to_string(failing->value) + (extra == array ? "" : "?"));
   }
 
+  void watchAll()
+  {
+    ASSERT_TRUE(cs_eventAllKnown(vars, 3, allKnown, vars));
+    ASSERT_TRUE(cs_eventKnown(vars, 3, known, vars));
+    cs_eventNewMin(vars, 3, change, vars);
+    cs_eventNewMax(vars, 3, change, vars);
+    cs_eventNeq(vars, 3, change, vars);
+    cs_eventConflict(vars, 3, conflict, vars);
+  }
+
   /// What was told since the last call.
   static std::string told() { return std::exchange(log, ""); }
 
@@ -68,8 +79,6 @@ std::function<void()> Event::onCall;
 TEST_F(Event, AllKnownCallsWhenTheLastOneIs)
 {
   ASSERT_TRUE(cs_eventAllKnown(vars, 3, allKnown, vars));
-  EXPECT_STREQ(vars[2]->_constraints->_constraint->_info->_function, "cs_eventAllKnown");
-  EXPECT_EQ(vars[2]->_constraints->_index, 2);
   cs_saveContext();
   cs_EQ(vars[1], 5); // the first is watched: nothing to do
   cs_EQ(vars[0], 9); // the last is watched now
@@ -122,44 +131,47 @@ TEST_F(Event, KnownReportsEachOne)
   EXPECT_EQ(nbAttached(vars[2]), 2);
 }
 
-TEST_F(Event, BoundsAndHolesAreToldEachToItsOwn)
+TEST_F(Event, EachIsToldOfItsOwnAndMayRefuse)
 {
-  cs_eventNewMin(vars, 1, change, vars);
-  EXPECT_STREQ(vars[0]->_constraints->_constraint->_info->_function, "cs_eventNewMin");
-  cs_eventNewMax(vars + 1, 1, change, vars + 1);
-  EXPECT_STREQ(vars[1]->_constraints->_constraint->_info->_function, "cs_eventNewMax");
-  cs_eventNeq(vars + 2, 1, change, vars + 2);
-  EXPECT_STREQ(vars[2]->_constraints->_constraint->_info->_function, "cs_eventNewMax");
-  cs_eventNewMin(vars, 0, change, vars);
-  EXPECT_EQ(nbAttached(vars[0]), 1);
+  watchAll();
+  std::string names;
+  for (const Tconstraint* t = vars[0]->_constraints; t; t = t->_next)
+    names += t->_constraint->_info->_function + std::string(" ");
+  EXPECT_EQ(names, "cs_eventConflict cs_eventNewMax cs_eventNewMax cs_eventNewMin cs_eventKnown cs_eventAllKnown ");
+  EXPECT_EQ(vars[2]->_constraints->_index, 2);
   EXPECT_EQ(told(), "");
-  auto raise = [](CSint* v) { return cs_GE(v, 3); };
-  auto lower = [](CSint* v) { return cs_LE(v, 7); };
-  auto hole = [](CSint* v) { return cs_NEQ(v, 5); };
-  auto edge = [](CSint* v) { return cs_NEQ(v, v->_min); };
-  auto fix = [](CSint* v) { return cs_EQ(v, 6); };
-  std::string logs[3];
-  for (int i = 0; i < 3; i++)
-    for (auto step : {+raise, +lower, +hole, +edge, +fix}) {
-      EXPECT_TRUE(step(vars[i]));
-      logs[i] += told() + ";";
-    }
-  EXPECT_EQ(logs[0], "[0] from 0;;;[0] from 3;;"); // fixed between the bounds: neither a new minimum
-  EXPECT_EQ(logs[1], ";[0] from 9;;;;");           // nor a new maximum
-  EXPECT_EQ(logs[2], ";;[0] from 5;;;");           // removed at a bound: no hole
+  // A change of vars[1], and what is told of it, in the order of the attachments; the failing change as a decision.
+  struct
+  {
+    int (*step)(CSint* v);
+    const char *told, *failed;
+  } rows[] = {
+      {[](CSint* v) { return cs_GE(v, 3); }, "[1] from 0", "4 3"},
+      {[](CSint* v) { return cs_LE(v, 7); }, "[1] from 9", "2 7"},
+      {[](CSint* v) { return cs_NEQ(v, 5); }, "[1] from 5", "1 5"},
+      {[](CSint* v) { return cs_NEQ(v, 0); }, "[1] from 0", "4 1"}, // at a bound: no hole
+      {[](CSint* v) { return cs_EQ(v, 6); }, "[1]=6", "0 6"},       // between them: no new bound
+      {[](CSint* v) { return cs_EQ(v, 9); }, "[1] from 0, [1]=9", "0 9"},
+      {[](CSint* v) { return cs_EQ(v, 0); }, "[1] from 9, [1]=0", "0 0"},
+  };
+  for (const auto& row : rows) {
+    cs_saveContext();
+    answer = 255;
+    EXPECT_TRUE(row.step(vars[1]));
+    EXPECT_EQ(told(), row.told);
+    cs_restoreAndSaveContext();
+    answer = 256; // a low byte of 0 is a veto
+    EXPECT_FALSE(row.step(vars[1]));
+    const std::string first(row.told);
+    EXPECT_EQ(told(), first.substr(0, first.find(',')) + ", conflict[1] in list 1: " + row.failed);
+    cs_restoreContext();
+  }
+  cs_eventNewMin(vars, 0, change, vars);
+  cs_eventConflict(vars, 0, conflict, vars);
+  EXPECT_EQ(nbAttached(vars[0]), 6);
 }
 
-TEST_F(Event, FixedAtABoundIsANewBoundToo)
-{
-  cs_eventNewMin(vars, 2, change, vars);
-  cs_eventNewMax(vars, 2, change, vars);
-  cs_EQ(vars[0], 9);
-  EXPECT_EQ(told(), "[0] from 0");
-  cs_EQ(vars[1], 0);
-  EXPECT_EQ(told(), "[1] from 9");
-}
-
-TEST_F(Event, ANoFailsTheBranchAndUpdatesAreQueued)
+TEST_F(Event, UpdatesInACallAreQueued)
 {
   CSint* other = makeVar("0..9");
   ASSERT_TRUE(cs_Le(other, vars[1]));
@@ -173,43 +185,24 @@ TEST_F(Event, ANoFailsTheBranchAndUpdatesAreQueued)
   EXPECT_TRUE(cs_GE(vars[0], 1));
   EXPECT_EQ(inside, "{0..9}");
   EXPECT_EQ(textOf(other), "{0..4}");
-  told();
-  onCall = nullptr;
-  answer = 0;
-  EXPECT_FALSE(cs_GE(vars[0], 2));
 }
 
 TEST_F(Event, ConflictHearsOfFailuresThatItStandsBefore)
 {
-  // The array of a watcher must outlive it, so the refusing ones have arrays of their own.
-  CSint *refusing[] = {vars[1]}, *none[] = {vars[2]};
+  // The array of a watcher must outlive it, so these have arrays of their own.
+  CSint *refusing[] = {vars[1]}, *last[] = {vars[2]};
   auto no = [](CSint*, int, int, CSint**, int, void*) { return 0; };
-  auto noValue = [](int, int, CSint**, int, void*) { return 0; };
   cs_saveContext();
   cs_eventConflict(vars, 3, conflict, vars); // older than the constraint that fails: never met
   cs_eventNewMin(refusing, 1, no, nullptr);
   EXPECT_FALSE(cs_GE(vars[1], 3));
   EXPECT_EQ(told(), "");
   cs_restoreAndSaveContext();
+  // The list in which a listener was met first is that of vars[2]; the change that fails is that of vars[1].
   cs_eventNewMin(refusing, 1, no, nullptr);
-  cs_eventNewMax(refusing, 1, no, nullptr);
-  cs_eventNeq(refusing, 1, no, nullptr);
-  cs_eventKnown(refusing, 1, noValue, nullptr);
-  cs_eventConflict(vars, 0, conflict, vars);
-  EXPECT_EQ(nbAttached(vars[0]), 0);
-  cs_eventConflict(vars, 3, conflict, vars);
-  EXPECT_STREQ(vars[0]->_constraints->_constraint->_info->_function, "cs_eventConflict");
-  for (auto step : {+[](CSint* v) { return cs_GE(v, 3); }, +[](CSint* v) { return cs_LE(v, 6); },
-           +[](CSint* v) { return cs_NEQ(v, 5); }, +[](CSint* v) { return cs_EQ(v, 7); }}) {
-    int label = cs_saveContext();
-    EXPECT_FALSE(step(vars[1]));
-    cs_restoreContextUntil(label);
-  }
-  EXPECT_EQ(told(), "conflict[1] in list 1: 4 3, conflict[1] in list 1: 2 6, conflict[1] in list 1: 1 5, "
-                    "conflict[1] in list 1: 0 7");
-  // The list in which the listener was met first is vars[2]'s; the change that fails is that of vars[1].
   ASSERT_TRUE(cs_Le(vars[2], vars[1]));
-  cs_eventConflict(none, 1, conflict, none);
+  cs_eventConflict(vars, 3, conflict, vars);
+  cs_eventConflict(last, 1, conflict, last);
   EXPECT_FALSE(cs_GE(vars[2], 2));
   EXPECT_EQ(told(), "conflict[1] in list 0: 4 2, conflict[1] in list 2: 4 2");
   cs_restoreContext();
@@ -237,18 +230,69 @@ TEST_F(Event, NestedCallsComeBackToTheOuterName)
   EXPECT_EQ(rcsGetEventCI(), nullptr);
 }
 
-TEST_F(Event, ACallbackMaySearch)
+static int cheapest;
+
+// Searches on two variables of 0..3 in ascending order.
+static bool (*const searches[])(CSint** v) = {
+    [](CSint** v) { return cs_search(v, 2, cs_findFreeVar) && cs_getValue(v[1]) == 1; },
+    [](CSint** v) {
+      auto note = [](CSint**, int, CSint* cost) { cheapest = cs_getMin(cost); };
+      return cs_minimize(v, 2, cs_findFreeVar, v[1], note) && cheapest == 1;
+    },
+    [](CSint** v) {
+      ValueSelector* selectors[] = {&rcsVSMaxToMin, &rcsVSLowerAndUpper};
+      auto nine = [](void*) { return 9; };
+      return cs_searchValueSelectorRestartNG(v, selectors, 2, firstFree, nine, nullptr, 0, nullptr, nullptr) &&
+             cs_getValue(v[0]) == 2;
+    },
+};
+
+TEST_F(Event, CallbacksMaySearch)
 {
   CSint* inner[] = {makeVar("0..3"), makeVar("0..3")};
-  ASSERT_TRUE(cs_Lt(inner[0], inner[1]));
-  cs_eventKnown(vars, 3, known, vars);
-  int found = 0;
+  ASSERT_TRUE(cs_Lt(inner[0], inner[1]) && cs_Lt(vars[0], vars[1]) && cs_Neq(vars[1], vars[2]) && cs_NEQ(vars[2], 4));
+  static int nbSolutions;
+  auto outer = [&] {
+    nbSolutions = 0;
+    cs_findAll(vars, 3, cs_findFreeVar, [](CSint**, int) { nbSolutions++; });
+    return nbSolutions;
+  };
+  const int expected = outer();
+  watchAll();
+  size_t turn = 0;
+  Snapshot before({inner[0], inner[1]});
   onCall = [&] {
     int label = cs_saveContext();
-    found = cs_GE(inner[0], 2) && cs_search(inner, 2, cs_findFreeVar) ? cs_getValue(inner[1]) : -1;
+    EXPECT_TRUE(searches[turn++ % std::size(searches)](inner)) << turn;
     cs_restoreContextUntil(label);
+    EXPECT_EQ(before.changesOfVars(), "");
   };
-  EXPECT_TRUE(cs_EQ(vars[0], 1));
-  EXPECT_EQ(textOf(inner[0]) + textOf(inner[1]), "{0..2}{1..3}");
-  EXPECT_EQ(found, 3);
+  EXPECT_EQ(outer(), expected);
+  EXPECT_GT(turn, 900u);
+}
+
+TEST_F(Event, AProfilerCountsTheCallsAndWhatTheyNarrow)
+{
+  static std::string place;
+  cs_setProfilerLocator(
+      "word", [](void*) { return place.c_str(); }, nullptr);
+  place = "posted";
+  watchAll();
+  Profiler* profiler = cs_createProfiler(CS_PROFILER_CONSTRAINTS);
+  cs_enableProfiler(profiler);
+  place = "inside";
+  onCall = [&] {
+    onCall = nullptr;
+    EXPECT_TRUE(cs_NEQ(vars[1], 5));
+    EXPECT_TRUE(cs_LE(vars[2], 9)); // nothing to do
+    EXPECT_FALSE(cs_EQ(vars[2], 12));
+  };
+  EXPECT_TRUE(cs_GE(vars[0], 1)); // and the queued hole in vars[1]
+  answer = 0;
+  EXPECT_FALSE(cs_EQ(vars[0], 9)); // told to those in front of the new minimum
+  const std::map<std::string, std::string> expected = {{"cs_EQ inside", "1 1"}, {"cs_NEQ inside", "1 0"},
+      {"cs_eventAllKnown posted", "2 0"}, {"cs_eventKnown posted", "2 0"}, {"cs_eventNewMin posted", "3 1"},
+      {"cs_eventNewMax posted", "3 0; 3 0"}}; // the second is that of holes
+  EXPECT_EQ(reportOf(profiler).rows, expected);
+  cs_disableProfiler(profiler);
 }

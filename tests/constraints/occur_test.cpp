@@ -176,3 +176,23 @@ TEST_F(Occur, VariablesThatAreWiderThanAtPosting)
   EXPECT_TRUE(cs_EQ(count, 3));
   EXPECT_EQ(texts(), "1 1 1 {5..9} 1");
 }
+
+// The restore takes the newest attachment of a variable in place of an older one, so either of the two records may go
+// before the other. Nothing is read that was freed.
+TEST_F(Occur, AfterAnAcceptedContext)
+{
+  for (size_t touched = 0; touched < 3; touched++) {
+    Vars x = {makeVar("{0..2}"), makeVar("{0..4}"), makeVar("{1..4}")};
+    int label = cs_saveContext();
+    cs_Lt(x[touched], makeVar("{30..40}"));
+    if (touched > 0)
+      cs_Lt(x[3 - touched], makeVar("{30..40}"));
+    cs_saveContext();
+    EXPECT_TRUE(cs_OccurConstraints(x[0], 4, &x[1], 2));
+    cs_acceptContext();
+    cs_restoreContextUntil(label);
+    label = cs_saveContext();
+    (void)(cs_NEQ(x[1], 4), cs_EQ(x[2], 4), cs_EQ(x[0], 2));
+    cs_restoreContextUntil(label);
+  }
+}

@@ -55,6 +55,7 @@ dpkg-deb -I "$runtime" shlibs | grep -qx "libku 3 libku3 (>= $VERSION)" || { ech
 
 holds "$development" \
   usr/include/ku.h \
+  usr/include/ku_run.h \
   usr/include/rcs.h \
   "$libdir/cmake/ku/ku-config-version.cmake" \
   "$libdir/cmake/ku/ku-config.cmake" \

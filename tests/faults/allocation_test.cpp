@@ -277,6 +277,34 @@ static const auto functions = faults("FunctionFaults",
             .run = [](Vars& x) { return cs_VarElementRange(x[0], x.data(), 4); }},
     });
 
+// The first two variables are starts, then come two durations, two requirements and the limit.
+static FaultRow cumulative(const char* name)
+{
+  return {.name = name, .domains = {"0..9", "2..5", "0..3", "4", "1, 2", "1", "1..3"}, .run = [](Vars& x) {
+            int ok = cs_Cumulative(&x[0], &x[2], &x[4], 2, x[6]);
+            // What was attached before the memory ran out listens no more.
+            return cs_LE(x[0], 8) && ok;
+          }};
+}
+
+static FaultRow disjunctive(const char* name)
+{
+  return {.name = name, .domains = {"0..9", "2..5", "0..3", "4"}, .run = [](Vars& x) {
+            return cs_Disjunctive(&x[0], &x[2], 2);
+          }};
+}
+
+// At the end of the trail: the first attachments of the start, the duration and the requirement, one of the second
+// task, and that of the limit.
+static const auto scheduling =
+    faults("SchedulingFaults", {cumulative("Cumulative"), atTheEndOfTheTrail<1>("CumulativeFirstStart", cumulative("")),
+                                   atTheEndOfTheTrail<2>("CumulativeFirstDuration", cumulative("")),
+                                   atTheEndOfTheTrail<3>("CumulativeFirstRequirement", cumulative("")),
+                                   atTheEndOfTheTrail<5>("CumulativeSecondDuration", cumulative("")),
+                                   atTheEndOfTheTrail<7>("CumulativeLimit", cumulative("")), disjunctive("Disjunctive"),
+                                   atTheEndOfTheTrail<0>("DisjunctiveHolder", disjunctive("")),
+                                   atTheEndOfTheTrail<7>("DisjunctiveLimit", disjunctive(""))});
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Reified constraints and conditionals
 // ---------------------------------------------------------------------------------------------------------------------
@@ -368,15 +396,16 @@ static std::vector<FaultRow> watchers()
   };
 }
 
-static int firstFree(CSint** vars, int n)
-{
-  for (int i = 0; i < n; i++)
-    if (cs_isFree(vars[i]))
-      return i;
-  return -1;
-}
-
 static NoGoodSet* noGoods;
+
+// The data stays with a client that is given no set.
+static bool createSet(Vars& x)
+{
+  noGoods = nullptr;
+  noGoods = cs_createNoGoodSet(
+      x.data(), 2, nullptr, 0, [](NoGoodSet* set, void*) { EXPECT_EQ(set, noGoods); }, nullptr);
+  return noGoods;
+}
 
 static const std::vector<FaultRow> searching = {
     {.name = "Vsearch",
@@ -408,13 +437,9 @@ static const std::vector<FaultRow> searching = {
               cs_freeSearchNotify(notify);
               return notify;
             }},
-    {.name = "createNoGoodSet",
-        .domains = {"1..3", "1..3"},
-        .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }},
-    atTheEndOfTheTrail<1>("createNoGoodSetAtTheEndOfTheTrail",
-        {.name = "",
-            .domains = {"1..3", "1..3"},
-            .run = [](Vars& x) { return cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); }}),
+    {.name = "createNoGoodSet", .domains = {"1..3", "1..3"}, .run = createSet},
+    atTheEndOfTheTrail<1>(
+        "createNoGoodSetAtTheEndOfTheTrail", {.name = "", .domains = {"1..3", "1..3"}, .run = createSet}),
     {.name = "addNoGood",
         .domains = {"1..3", "1..3"},
         .prepare = [](Vars& x) { noGoods = cs_createNoGoodSet(x.data(), 2, nullptr, 0, nullptr, nullptr); },

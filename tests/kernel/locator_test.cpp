@@ -124,6 +124,13 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryConditional)
   EXPECT_NAMED(cs_IfNeq(x, y, 1, 2));
 }
 
+TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryScheduling)
+{
+  CSint *one = CSINT(1), *ones[] = {one, one};
+  EXPECT_NAMED(cs_Cumulative(vars, ones, ones, 2, cs_createCSint(1, 2)));
+  EXPECT_NAMED(cs_Disjunctive(vars, ones, 2));
+}
+
 TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryWatcher)
 {
   auto known = [](int, int, CSint**, int, void*) { return 1; };

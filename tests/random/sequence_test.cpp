@@ -5,10 +5,18 @@
  * KU_SECONDS is the time to spend (default 3), KU_SEQUENCES the greatest number of sequences, KU_SEED the first seed.
  */
 #include "automaton.h"
+#include "heapWatch.h"
 #include "sequence.h"
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <deque>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace kit;
 
@@ -205,6 +213,29 @@ static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSin
       .strong = std::move(rule)};
 }
 
+// Two tasks that don't run at one time, or of which each finds its need met. With three a schedule may be lost.
+static bool isSchedule(const Values& starts, const Values& durations, const Values& needs, int limit)
+{
+  bool overlap = starts[0] < starts[1] + durations[1] && starts[1] < starts[0] + durations[0];
+  for (size_t i : {0, 1})
+    if (durations[i] > 0 && needs[i] > limit)
+      return false;
+  return !overlap || durations[0] == 0 || durations[1] == 0 || needs[0] + needs[1] <= limit;
+}
+
+// Two durations, two requirements and the limit.
+static Values tasks(Random& random)
+{
+  return {random.pick(0, 3), random.pick(1, 3), random.pick(0, 3), random.pick(0, 3), random.pick(1, 5)};
+}
+
+// The constants stand behind the arguments, in the array that lives on.
+static void addConstants(Vars& x, const Values& p)
+{
+  for (int value : p)
+    x.push_back(CSINT(value));
+}
+
 // The first argument is the index, over all of them.
 static SequenceRow chosen(const char* name, CSint* (*post)(CSint*, CSint**, int))
 {
@@ -339,6 +370,30 @@ static const std::vector<SequenceRow> rows = {
     reifiedValue("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
     tie("cs_IfEq", true, cs_IfEq, naive::ifEq),
     tie("cs_IfNeq", false, cs_IfNeq, naive::ifNeq),
+    {.name = "cs_Cumulative",
+        .weight = 4,
+        .parameters = tasks,
+        .post =
+            [](Vars& x, Values& p) {
+              addConstants(x, p);
+              return cs_Cumulative(&x[0], &x[2], &x[4], 2, x[6]);
+            },
+        .holds =
+            [](auto& v, auto& p) {
+              return isSchedule(v, {p[0], p[1]}, {p[2], p[3]}, p[4]);
+            }},
+    {.name = "cs_Disjunctive",
+        .weight = 4,
+        .parameters = tasks,
+        .post =
+            [](Vars& x, Values& p) {
+              addConstants(x, p);
+              return cs_Disjunctive(&x[0], &x[2], 2);
+            },
+        .holds =
+            [](auto& v, auto& p) {
+              return isSchedule(v, {p[0], p[1]}, {1, 1}, 1);
+            }},
     {.name = "cs_OccurConstraints",
         .weight = 4,
         .count = {2, 5},
@@ -391,6 +446,101 @@ TEST(Sequences, Random)
     ADD_FAILURE() << fault;
   printf("%llu sequences\n", static_cast<unsigned long long>(done));
   EXPECT_GT(done, 0u);
+}
+
+// Beyond what the model follows: contexts accepted inside others that are restored, whatever these have changed, and
+// calls that go on after a failure. Variables may then be wider than a constraint knew them, attachments be taken in
+// place of others, and events tell of bounds from before. The answers mean nothing; but nothing may be read or written
+// outside a table or after its end, which the address sanitizer sees, and nothing may be left over.
+static void runWild(uint64_t seed)
+{
+  Random random(seed);
+  cs_init();
+  cs_setProfilerLocator("test", cheapLocator, nullptr);
+  std::deque<std::pair<Vars, Values>> postings; // their arrays are kept by the constraints
+  Vars all;
+  for (int i = random.pick(3, 6); i > 0; i--)
+    all.push_back(makeVar(random.chance(50) ? "{-3..9}" : "{-6, -2..0, 3, 5..7, 12}"));
+  int depth = 0;
+  for (int step = random.pick(10, 60); step > 0; step--) {
+    int way = random.pick(0, 9), value = random.pick(-7, 13);
+    CSint* v = random.oneOf(all);
+    if (way < 3) {
+      const SequenceRow& row = rows[size_t(random.pick(0, int(rows.size()) - 1))];
+      auto& [x, p] = postings.emplace_back();
+      for (int i = random.pick(row.count.low, row.count.high); i > 0; i--)
+        x.push_back(random.oneOf(all));
+      p = row.parameters ? row.parameters(random) : Values();
+      Posted posted = row.post(x, p);
+      if (posted.ok && all.size() < 12)
+        all.insert(all.end(), posted.results.begin(), posted.results.end());
+    } else if (way < 5) {
+      cs_saveContext();
+      depth++;
+    } else if (way < 6 && depth > 0) {
+      cs_acceptContext();
+      depth--;
+    } else if (way < 7 && depth > 0) {
+      cs_restoreContext();
+      depth--;
+    } else {
+      (void)(way == 7            ? cs_NEQ(v, value)
+             : way == 8          ? cs_GE(v, value)
+             : random.chance(50) ? cs_LE(v, value)
+                                 : cs_EQ(v, value));
+    }
+  }
+  cs_end();
+}
+
+// Runs from a seed on until the time is up. The seed that ran last is told beyond the end of the child.
+static int runWildInChild(uint64_t* seed, double seconds)
+{
+  fflush(nullptr);
+  pid_t child = fork();
+  if (child == 0) {
+    const rlimit noCore = {};
+    setrlimit(RLIMIT_CORE, &noCore);
+    const auto start = std::chrono::steady_clock::now();
+    const size_t before = heap::live();
+    for (; std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() < seconds; ++*seed) {
+      alarm(60);
+      runWild(*seed);
+      if (heap::live() != before)
+        _exit(2);
+    }
+    _exit(0);
+  }
+  int status = -1;
+  return child > 0 && waitpid(child, &status, 0) == child ? status : -1;
+}
+
+// A variable whose count of values no longer fits its bounds can stop the process with an assertion, cleanly.
+TEST(Sequences, WildAcceptsAndFailures)
+{
+  void* memory = mmap(nullptr, sizeof(uint64_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  auto* seed = static_cast<uint64_t*>(memory);
+  const uint64_t first = environment("KU_SEED", 1);
+  *seed = first;
+  uint64_t stopped = 0;
+  const auto start = std::chrono::steady_clock::now();
+  const double seconds = double(environment("KU_SECONDS", 3));
+  double rest = seconds;
+  do {
+    int status = runWildInChild(seed, rest);
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT)
+      stopped++;
+    else
+      ASSERT_EQ(status, 0) << "KU_SEED=" << *seed;
+    ++*seed;
+    rest = seconds - std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  } while (rest > 0);
+  const uint64_t done = *seed - first;
+  printf("%llu sequences, %llu of them stopped\n", static_cast<unsigned long long>(done),
+      static_cast<unsigned long long>(stopped));
+  EXPECT_GT(done, 20 * stopped);
+  munmap(memory, sizeof(uint64_t));
 }
 
 TEST(Sequences, CatchFaultsCrashesAndLeaks)

@@ -1,14 +1,13 @@
 /*
  * Sets of no-goods: what is kept, how they narrow, and what reduction takes away.
  */
+#include "noGoods.h"
 #include "random.h"
 #include "snapshot.h"
 
 #include <algorithm>
 
 using namespace kit;
-
-static const char* const sign[] = {"=", "!", "<=", "<", ">=", ">"};
 
 struct Decision
 {
@@ -21,30 +20,6 @@ static void add(NoGoodSet* set, const std::vector<Decision>& decisions)
   for (const Decision& d : decisions)
     elements.push_back({{d.method, d.value}, d.position});
   EXPECT_TRUE(rcsAddNewNoGood(set, elements.data(), int(elements.size())));
-}
-
-static std::string textOf(const NoGood* noGood)
-{
-  std::string text;
-  int position = 0;
-  ValueSelection s;
-  for (int i = 0; cs_getNoGoodElementAt(&position, &s, noGood, i), position >= 0; i++)
-    text += (i ? " " : "[") + std::to_string(position) + sign[s.method] + std::to_string(s.value);
-  return text + "]";
-}
-
-// From the front of the list, and from its back the same.
-static std::string textOf(const NoGoodSet* set)
-{
-  std::string text, backwards;
-  int n = 0;
-  for (NoGood* e = set->_first; e; e = e->_next, n++)
-    text += textOf(e);
-  for (NoGood* e = set->_last; e; e = e->_prev)
-    backwards = textOf(e) + backwards;
-  EXPECT_EQ(text, backwards);
-  EXPECT_EQ(n, cs_getNbNoGoods(set));
-  return text;
 }
 
 static constexpr Decision a = {0, CS_SELECT_EQ, 1}, b = {1, CS_SELECT_LE, 2}, c = {2, CS_SELECT_GT, 3},
@@ -91,62 +66,88 @@ TEST_F(NoGoods, WhatIsKept)
   add(set, {d});
   EXPECT_EQ(textOf(set), "[2!3][2>3 0=1]");
   cs_setMaxNbNoGoods(set, 0);
+  add(set, {{0, CS_SELECT_LE, 2}, c});
   add(set, {b, c});
-  EXPECT_EQ(textOf(set), "[1<=2 2>3][2!3][2>3 0=1]");
+  EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2!3][2>3 0=1]");
   static int least = 2;
   set->_data = &least;
   cs_filterNoGood(set, dropShort);
-  EXPECT_EQ(textOf(set), "[1<=2 2>3][2>3 0=1]");
+  EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2>3 0=1]");
   set->_filter = dropShort;
   add(set, {a});
-  EXPECT_EQ(cs_getNbNoGoods(set), 2);
+  EXPECT_EQ(cs_getNbNoGoods(set), 3);
   // A client's positions are held against the length.
-  const int positions[] = {1, 0}, wrong[] = {0, 2};
+  const int positions[] = {1, 0}, wrong[] = {0, 2}, negative[] = {-1, 0};
   const ValueSelection decisions[] = {{CS_SELECT_EQ, 7}, {CS_SELECT_LT, 4}};
   cs_addNoGood(set, positions, decisions, 2);
-  EXPECT_EQ(textOf(set), "[1=7 0<4][1<=2 2>3][2>3 0=1]");
-  EXPECT_DEATH(cs_addNoGood(set, wrong, decisions, 2), "`0'|'0'|0");
+  EXPECT_EQ(textOf(set), "[1=7 0<4][1<=2 2>3][0<=2 2>3][2>3 0=1]");
+  EXPECT_DEATH(cs_addNoGood(set, wrong, decisions, 2), "Assertion `0' failed");
+  EXPECT_DEATH(cs_addNoGood(set, negative, decisions, 2), "Assertion `0' failed");
+  int position = 7;
+  ValueSelection untouched = {CS_SELECT_GT, 8};
+  cs_getNoGoodElementAt(&position, &untouched, set->_first, -1);
+  EXPECT_EQ(position, -1);
+  EXPECT_EQ(textOf(untouched), ">8");
 }
 
-TEST_F(NoGoods, TheLastOpenElementIsForbidden)
+static int nbEnded, nbAtTheEnd;
+
+TEST_F(NoGoods, TheEndOfASetAndAMaximumBelowZero)
 {
-  add(set, {a, b, c});
-  add(set, {{0, CS_SELECT_GT, 3}, {0, CS_SELECT_LT, 7}});
-  add(set, {{2, CS_SELECT_LE, 4}});
-  for (int round = 0; round < 2; round++) {
-    // Restoring leaves the watches where they are.
-    int label = cs_saveContext();
-    EXPECT_TRUE(cs_LE(x[1], 2));
-    EXPECT_TRUE(cs_GE(x[2], 4));
-    EXPECT_EQ(textOf(x[0]) + textOf(x[2]), "{0, 2..9}{5..9}");
-    EXPECT_TRUE(cs_GE(x[0], 4));
-    EXPECT_EQ(textOf(x[0]), "{7..9}");
-    cs_restoreContextUntil(label);
-    label = cs_saveContext();
-    EXPECT_TRUE(cs_EQ(x[0], 1));
-    EXPECT_TRUE(cs_GE(x[2], 4));
-    EXPECT_FALSE(cs_EQ(x[1], 2)); // all hold
-    cs_restoreContextUntil(label);
-    label = cs_saveContext();
-    EXPECT_TRUE(cs_EQ(x[0], 1));
-    EXPECT_TRUE(cs_GE(x[1], 3));
-    EXPECT_TRUE(cs_GE(x[2], 3)); // one is false already
-    EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{3..9}{5..9}");
-    EXPECT_FALSE(cs_EQ(x[0], 4)); // two of one variable
-    cs_restoreContextUntil(label);
-  }
+  cs_saveContext();
+  NoGoodSet* inner = cs_createNoGoodSet(
+      x.data(), 3, nullptr, -1,
+      [](NoGoodSet* ending, void* data) {
+        nbEnded += data == &nbEnded;
+        nbAtTheEnd = cs_getNbNoGoods(ending);
+      },
+      &nbEnded);
+  EXPECT_STREQ(x[0]->_constraints->_constraint->_info->_function, "cs_createNoGoodSet");
+  for (const Decision& each : {a, b, c})
+    add(inner, {each});
+  EXPECT_EQ(nbEnded, 0);
+  cs_restoreContext();
+  EXPECT_EQ(nbEnded, 1);
+  EXPECT_EQ(nbAtTheEnd, 1);
+}
+
+// One decision of each method at each place of the domain, alone or beside one on the same variable that holds: what is
+// left when the variable has had an event.
+TEST_F(NoGoods, TheLastOpenDecisionIsForbiddenAtTheNextEvent)
+{
+  for (const char* domain : {"{2..5, 9}", "{2, 3, 9}", "{3, 9}", "{2, 4, 5, 9}"})
+    for (int method = 0; method < 6; method++)
+      for (int i = 0; i < 14; i++) {
+        cs_saveContext();
+        Vars v = {makeVar(domain)};
+        NoGoodSet* one = cs_createNoGoodSet(v.data(), 1, nullptr, 0, nullptr, nullptr);
+        std::vector<Decision> decisions = {{0, method, i % 7}};
+        if (i >= 7)
+          decisions.push_back({0, CS_SELECT_GE, 2});
+        add(one, decisions);
+        Values left = valuesOf(v[0]);
+        left.pop_back();
+        std::erase_if(left, [&](int each) { return forbids(one->_first, {each}); });
+        EXPECT_EQ(cs_LE(v[0], 8), !left.empty()) << textOf(one) << " on " << domain;
+        if (!left.empty()) {
+          EXPECT_EQ(textOf(v[0]), textOf(left)) << textOf(one) << " on " << domain;
+        }
+        cs_restoreContext();
+      }
 }
 
 TEST_F(NoGoods, AWatchMovesHalfWayAlong)
 {
-  add(set, {a, {1, CS_SELECT_NEQ, 5}, b, c});
+  add(set, {a, {1, CS_SELECT_NEQ, 5}, b, c, {2, CS_SELECT_NEQ, 9}});
   EXPECT_TRUE(cs_EQ(x[0], 1));
   EXPECT_EQ(set->_first->_p1, 3);
   EXPECT_EQ(set->_first->_p2, 1);
-  // A hole makes it different already.
+  // A hole makes it different already. From the middle the search goes on at the front, where one holds.
   EXPECT_TRUE(cs_NEQ(x[1], 5));
   EXPECT_EQ(set->_first->_p2, 2);
   EXPECT_TRUE(cs_LE(x[1], 2));
+  EXPECT_EQ(set->_first->_p2, 4);
+  EXPECT_TRUE(cs_LE(x[2], 8));
   EXPECT_EQ(textOf(x[2]), "{0..3}");
 }
 
@@ -165,9 +166,21 @@ TEST_F(NoGoods, WhatFiresComesToTheFront)
   EXPECT_FALSE(cs_EQ(x[0], 1));
   EXPECT_EQ(textOf(set), "[0=1 1<=2][2!3 0=1][2>3]");
   cs_restoreContext();
+  // Nor is what is out of reach already.
+  cs_saveContext();
+  EXPECT_TRUE(cs_LE(x[2], 2) && cs_GE(x[1], 7) && cs_NEQ(x[0], 8));
+  EXPECT_EQ(textOf(set), "[0=1 1<=2][2!3 0=1][2>3]");
+  cs_restoreContext();
   // Not during a walk.
   add(set, {a, {2, CS_SELECT_EQ, 5}});
   rcsReduceNoGood(set);
+  EXPECT_EQ(textOf(set), "[0=1 2=5][0=1 1<=2][2!3 0=1][2>3]");
+  cs_filterNoGood(set, [](NoGoodSet*, NoGood*, CSint** vars, int, void*) {
+    cs_saveContext();
+    EXPECT_FALSE(cs_EQ(vars[0], 1));
+    cs_restoreContext();
+    return 1;
+  });
   EXPECT_EQ(textOf(set), "[0=1 2=5][0=1 1<=2][2!3 0=1][2>3]");
 }
 
@@ -191,38 +204,64 @@ TEST_F(NoGoods, ReductionDropsWhatIsNeedless)
   EXPECT_EQ(textOf(set), "[0=4 2=5][0=3 1<=2 2=3]");
   rcsReduceNoGood(set);
   EXPECT_EQ(textOf(set), "[0=4 2=5][0=3 2=3]");
+  // As long as each is shortened the walk goes on.
+  for (int value : {6, 7})
+    add(set, {{0, CS_SELECT_EQ, value}, b, {2, CS_SELECT_EQ, value}});
+  rcsReduceNoGood(set);
+  EXPECT_EQ(textOf(set), "[0=7 2=7][0=6 2=6]");
   // A first element that fails by itself teaches nothing.
   add(set, {{0, CS_SELECT_EQ, 10}, a});
   rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[0=10 0=1][0=4 2=5]");
+  EXPECT_EQ(textOf(set), "[0=10 0=1][0=7 2=7]");
   EXPECT_EQ(before.changesOfVars(), "");
 }
 
 TEST_F(NoGoods, AWalkGoesOnWhereItsNextNodeHasGone)
 {
   add(set, {{0, CS_SELECT_GE, 1}, {1, CS_SELECT_EQ, 5}});
+  // What would narrow if it were asked for its own variable.
+  add(set, {{2, CS_SELECT_EQ, 3}});
+  add(set, {{2, CS_SELECT_GE, 0}, {1, CS_SELECT_EQ, 2}});
+  add(set, {{1, CS_SELECT_EQ, 3}, {2, CS_SELECT_GE, 0}});
   add(set, {{0, CS_SELECT_GE, 3}, {0, CS_SELECT_GE, 4}, {1, CS_SELECT_EQ, 7}, {2, CS_SELECT_EQ, 7}});
-  // Both watches of the newer one leave for the lists of other variables, and the walk with the second.
+  // Both watches of the newest leave for the lists of other variables, and the walk with the first, to x[2].
   EXPECT_TRUE(cs_GE(x[0], 5));
   EXPECT_EQ(set->_first->_p1, 3);
   EXPECT_EQ(set->_first->_p2, 2);
-  EXPECT_EQ(textOf(x[1]), "{0..9}");
+  EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{0..9}{0..9}");
   EXPECT_TRUE(cs_GE(x[0], 6));
-  EXPECT_EQ(textOf(x[1]), "{0..4, 6..9}");
+  EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{0..4, 6..9}{0..9}");
 }
 
-// All solutions against brute force. Where no no-good has two decisions on a variable, the set forbids exactly what it
-// says; else it may miss something, but never forbids more.
-static std::vector<std::vector<Decision>> noGoods;
-static std::vector<Values> solutions;
-
-static bool holds(const Decision& e, int value)
+TEST_F(NoGoods, AWalkGoesWithTheSecondWatchToo)
 {
-  const bool answers[] = {
-      value == e.value, value != e.value, value <= e.value, value<e.value, value >= e.value, value> e.value};
-  return answers[e.method];
+  add(set, {{0, CS_SELECT_GE, 1}, {1, CS_SELECT_EQ, 5}});
+  add(set,
+      {{1, CS_SELECT_LE, 8}, {0, CS_SELECT_GE, 3}, {2, CS_SELECT_EQ, 7}, {0, CS_SELECT_GE, 4}, {2, CS_SELECT_EQ, 8}});
+  EXPECT_TRUE(cs_LE(x[1], 8)); // now the first watch stands in front of the second
+  EXPECT_TRUE(cs_GE(x[0], 5));
+  EXPECT_EQ(set->_first->_p1, 4);
+  EXPECT_EQ(set->_first->_p2, 2);
+  EXPECT_EQ(textOf(x[1]), "{0..8}");
+  EXPECT_TRUE(cs_GE(x[0], 6));
+  EXPECT_EQ(textOf(x[1]), "{0..4, 6..8}");
 }
 
+static std::vector<Values> assignments;
+
+static std::vector<Values> allOf(Vars& v)
+{
+  assignments.clear();
+  cs_findAll(v.data(), int(v.size()), cs_findFreeVar, [](CSint** vars, int n) {
+    assignments.emplace_back();
+    for (int i = 0; i < n; i++)
+      assignments.back().push_back(cs_getValue(vars[i]));
+  });
+  return assignments;
+}
+
+// Where no no-good has two decisions on a variable, the set forbids exactly what it says; else it may miss something,
+// but never forbids more.
 TEST_F(NoGoods, ForbidExactlyWhatTheySay)
 {
   size_t nbForbidden = 0;
@@ -234,8 +273,9 @@ TEST_F(NoGoods, ForbidExactlyWhatTheySay)
     Vars v;
     for (int i = 0; i < n; i++)
       v.push_back(makeVar(random.chance(50) ? "{0..3}" : "{-1, 1, 2, 4}"));
+    std::vector<Values> expected = allOf(v);
+    const size_t nbAll = expected.size();
     NoGoodSet* some = cs_createNoGoodSet(v.data(), n, nullptr, 0, nullptr, nullptr);
-    noGoods.clear();
     for (int i = random.pick(1, 6); i > 0; i--) {
       std::vector<Decision> noGood;
       for (int length = random.pick(1, 5); length > 0; length--) {
@@ -244,37 +284,21 @@ TEST_F(NoGoods, ForbidExactlyWhatTheySay)
         if (!exact || std::none_of(noGood.begin(), noGood.end(), sameVariable))
           noGood.push_back(e);
       }
-      noGoods.push_back(noGood);
       add(some, noGood);
     }
-    std::vector<Values> expected = {{}};
-    for (const CSint* each : v) {
-      std::vector<Values> longer;
-      for (const Values& values : expected)
-        for (int value : valuesOf(each)) {
-          longer.push_back(values);
-          longer.back().push_back(value);
-        }
-      expected = longer;
-    }
-    size_t nbAll = expected.size();
-    std::erase_if(expected, [](const Values& values) {
-      return std::any_of(noGoods.begin(), noGoods.end(), [&](const auto& noGood) {
-        return std::all_of(
-            noGood.begin(), noGood.end(), [&](const Decision& e) { return holds(e, values[size_t(e.position)]); });
-      });
+    std::erase_if(expected, [&](const Values& values) {
+      bool forbidden = false;
+      for (const NoGood* e = some->_first; e; e = e->_next)
+        forbidden = forbidden || forbids(e, values);
+      return forbidden;
     });
-    solutions.clear();
-    cs_findAll(v.data(), n, cs_findFreeVar, [](CSint** vars, int count) {
-      solutions.emplace_back();
-      for (int i = 0; i < count; i++)
-        solutions.back().push_back(cs_getValue(vars[i]));
-    });
+    const std::vector<Values> solutions = allOf(v);
     if (exact)
       EXPECT_EQ(solutions, expected) << "trial " << trial;
     else
       EXPECT_TRUE(std::includes(solutions.begin(), solutions.end(), expected.begin(), expected.end()))
           << "trial " << trial;
+    EXPECT_EQ(flawsOf(some), "") << "trial " << trial;
     nbForbidden += nbAll - expected.size();
     cs_restoreContext();
   }

@@ -88,14 +88,6 @@ TEST_F(Minimize, NothingIsCheaperThanTheSmallestInteger)
   EXPECT_EQ(story, "-2147483648 ");
 }
 
-static int firstFree(CSint** vars, int n)
-{
-  for (int i = 0; i < n; i++)
-    if (cs_isFree(vars[i]))
-      return i;
-  return -1;
-}
-
 static int ratings[10]; // of the values 0..9
 
 static int noteRating(int position, int value)
@@ -152,33 +144,18 @@ TEST_F(Rated, TheEndsOf32Bits)
 TEST_F(Rated, AfterACancelBelowTheTurnsAreCountedAnew)
 {
   CSint* v[] = {makeVar("{0..2}"), makeVar("{0..2}")};
-  for (bool matrix : {false, true}) {
-    int label = cs_saveContext();
-    auto cancelBelow = [](CSint** vars, int n) {
-      if (cs_isInstantiated(vars[0]))
-        cs_cancelSearch();
-      return firstFree(vars, n);
-    };
-    CSint** rows[] = {v};
-    if (matrix) {
-      EXPECT_FALSE(cs_searchMatrix(
-          rows, 1, 2,
-          [](CSint*** m, int, int) {
-            if (cs_isInstantiated(m[0][0]))
-              cs_cancelSearch();
-            return 0;
-          },
-          [](int, CSint** vars, int n) { return firstFree(vars, n); }, [](int, int, int) { return 0; }));
-    } else {
-      EXPECT_FALSE(cs_searchCriteria(v, 2, cancelBelow, [](int, int) { return 0; }));
-    }
-    // The upper level pops the lower one's context and finds its own variable with the one value that is still in
-    // force: no turn is left.
-    EXPECT_EQ(counters(), "2 choices 0 fails");
-    EXPECT_EQ(contextDepth(), label + 1);
-    EXPECT_EQ(textOf(v[0]) + textOf(v[1]), "0{0..2}");
-    cs_restoreContextUntil(label);
-  }
+  auto cancelBelow = [](CSint** vars, int n) {
+    if (cs_isInstantiated(vars[0]))
+      cs_cancelSearch();
+    return firstFree(vars, n);
+  };
+  EXPECT_FALSE(cs_searchCriteria(v, 2, cancelBelow, [](int, int) { return 0; }));
+  // The upper level pops the lower one's context and finds its own variable with the one value that is still in force:
+  // no turn is left.
+  EXPECT_EQ(counters(), "2 choices 0 fails");
+  EXPECT_EQ(contextDepth(), 1);
+  EXPECT_EQ(textOf(v[0]) + textOf(v[1]), "0{0..2}");
+  cs_restoreAll();
 }
 
 // Rows without a free column are named again and again, as long as there is a free variable anywhere.

@@ -64,14 +64,6 @@ TEST(Resources, TenThousandRoundsLeaveMemoryFlat)
 
 using LongSearch = SolverTest;
 
-static int firstFree(CSint** vars, int n)
-{
-  for (int i = 0; i < n; i++)
-    if (cs_isFree(vars[i]))
-      return i;
-  return -1;
-}
-
 TEST_F(LongSearch, AllocatesNothingInTheSteadyState)
 {
   Vars x;

@@ -2,12 +2,12 @@
  * Value selectors; the selector drivers' callbacks in full, on each way out; restarts and what they learn. And all the
  * drivers against each other on random problems.
  */
+#include "noGoods.h"
 #include "random.h"
 #include "snapshot.h"
 
 #include <algorithm>
 #include <random>
-#include <set>
 #include <sstream>
 
 using namespace kit;
@@ -19,12 +19,6 @@ static std::string told()
   std::string text = story.str();
   story.str("");
   return text;
-}
-
-static std::string textOf(const ValueSelection& s)
-{
-  static const char* const sign[] = {"=", "!", "<=", "<", ">=", ">"};
-  return sign[s.method] + std::to_string(s.value);
 }
 
 static std::string counters()
@@ -61,9 +55,6 @@ TEST_F(ValueSelectors, Decisions)
     const char* decisions[5];
   } rows[] = {
       {"4", {"=4 ", "=4 ", "<=4 ", ">=4 ", "=4 "}},
-      {"{3, 4}", {"=3 =4 ", "=4 =3 ", "<=3 >3 ", ">=4 <4 ", "=3 !3 "}},
-      {"{3, 5}", {"=3 =5 ", "=5 =3 ", "<=4 >4 ", ">=4 <4 ", "=3 !3 "}},
-      {"{1, 5, 9}", {"=1 =5 =9 ", "=9 =5 =1 ", "<=5 >5 ", ">=5 <5 ", "=5 !5 "}},
       {"{-4..-1}", {"=-4 =-3 =-2 =-1 ", "=-1 =-2 =-3 =-4 ", "<=-3 >-3 ", ">=-3 <-3 ", "=-3 !-3 "}},
       {"{-9, -1, 0, 200, 333}",
           {"=-9 =-1 =0 =200 =333 ", "=333 =200 =0 =-1 =-9 ", "<=162 >162 ", ">=162 <162 ", "=0 !0 "}},
@@ -126,14 +117,6 @@ TEST_F(ValueSelectors, MethodsAndCallbacks)
 // What is told
 // ---------------------------------------------------------------------------------------------------------------------
 
-static int firstFree(CSint** vars, int n)
-{
-  for (int i = 0; i < n; i++)
-    if (cs_isFree(vars[i]))
-      return i;
-  return -1;
-}
-
 static const CSint* const* theVars;
 static int endAnswer, foundAnswer, cancelAt;
 
@@ -160,7 +143,7 @@ protected:
         },
         [](ValueSelection* s, int position, CSint** vars, int n, intptr_t* state) {
           int more = cs_selectNextValue(s, cs_getValueSelector(CS_MIN_TO_MAX), position, vars, n, state);
-          story << "n" << (more ? textOf(*s) : "-") << (vars[position]->_nbElements == 1 ? "?" : "") << " ";
+          story << "n" << (more ? textOf(*s) : "-") << (contextDepth() == position ? "" : "?") << " ";
           return more;
         },
         [](int position, CSint**, int, intptr_t*) {
@@ -327,24 +310,18 @@ static int nextLimit(void* schedule)
 static int dropped; // answer of the filter
 static int noteNoGood(NoGoodSet*, NoGood* noGood, CSint**, int, void*)
 {
-  story << "[";
-  for (int i = 0; i < cs_getNbNoGoodElements(noGood); i++) {
-    int position;
-    ValueSelection s;
-    cs_getNoGoodElementAt(&position, &s, noGood, i);
-    story << (i ? " " : "") << position << textOf(s);
-  }
-  story << "]" << moment();
+  EXPECT_GE(rcsTmpOpSize, cs_getNbNoGoodElements(noGood));
+  story << textOf(noGood) << moment();
   return !dropped;
 }
 
 /// One run up to the limit, as the no-goods that are taken from its branch.
-static std::string learnt(Vars v, int kind, int limit)
+static std::string learnt(Vars v, ValueSelector* selector, int limit)
 {
   int label = cs_saveContext();
   dropped = 1;
   NoGoodSet* set = cs_createNoGoodSet(v.data(), int(v.size()), noteNoGood, 0, nullptr, nullptr);
-  std::vector<ValueSelector*> selectors(v.size(), cs_getValueSelector(kind));
+  std::vector<ValueSelector*> selectors(v.size(), selector);
   const int schedule[] = {limit}, *at = schedule;
   told();
   EXPECT_FALSE(cs_searchValueSelectorRestartNG(
@@ -356,31 +333,41 @@ static std::string learnt(Vars v, int kind, int limit)
   return list;
 }
 
+/// The decision and then its opposite.
+template <int first, int second>
+static int opposites(ValueSelection* s, int, CSint**, int, intptr_t* state)
+{
+  *s = {*state == 0 ? first : second, 5};
+  return (*state)++ < 2;
+}
+
 TEST_F(Restarts, WhatABranchTeaches)
 {
-  Vars two = freeAndPigeons("{0, 1}"), three = freeAndPigeons("{0..2}");
+  Vars two = freeAndPigeons("{0, 1}");
   // Free decisions alone; one that was last is left out, and stands as the negation of itself under those above it.
-  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 1), "[0=0 1=3]");
-  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 2), "[0=0]");
-  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 3), "[1=3][0!1]");
+  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 1), "[0=0 1=3]");
+  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 2), "[0=0]");
+  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 3), "[1=3][0!1]");
   // No free decision is left at the end of the tree.
-  EXPECT_EQ(learnt(two, CS_MIN_TO_MAX, 4), "");
+  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 4), "");
   // The refuted first decision of the free level nearest the root, once and not the later ones.
-  EXPECT_EQ(learnt(three, CS_MIN_TO_MAX, 3), "[0=1 1=3][0=0]");
-  EXPECT_EQ(learnt(three, CS_MIN_TO_MAX, 5), "[1=3][0!2]");
-  EXPECT_EQ(learnt(freeAndPigeons("{0..3}"), CS_MIN_TO_MAX, 5), "[0=2 1=3][0=0]");
+  EXPECT_EQ(learnt(freeAndPigeons("{0..3}"), &rcsVSMinToMax, 5), "[0=2 1=3][0=0]");
   // Of a level in the middle, under what is above it.
   Vars four = freeAndPigeons("{0..2}");
   four.insert(four.begin(), makeVar("{5, 6}"));
-  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 3), "[0=5 1=1 2=3][0=5 1=0]");
-  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 5), "[0=5 2=3][0=5 1!2]");
-  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 7), "[1=0 2=3][0!6]");
+  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 3), "[0=5 1=1 2=3][0=5 1=0]");
+  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 5), "[0=5 2=3][0=5 1!2]");
+  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 7), "[1=0 2=3][0!6]");
   four[0] = makeVar("{5..7}");
-  EXPECT_EQ(learnt(four, CS_MIN_TO_MAX, 9), "[0=6 1=1 2=3][0=5]");
+  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 9), "[0=6 1=1 2=3][0=5]");
   // The other methods: a half, and the median with the rest.
-  EXPECT_EQ(learnt(two, CS_LOWER_AND_UPPER, 3), "[1<=5][0<=0]");
-  EXPECT_EQ(learnt(two, CS_MEDIAN_AND_REST, 3), "[1=3][0=0]");
-  EXPECT_EQ(learnt(two, CS_UPPER_AND_LOWER, 3), "[1>=5][0>=1]");
+  EXPECT_EQ(learnt(two, &rcsVSLowerAndUpper, 3), "[1<=5][0<=0]");
+  EXPECT_EQ(learnt(two, &rcsVSMedianAndRest, 3), "[1=3][0=0]");
+  EXPECT_EQ(learnt(two, &rcsVSUpperAndLower, 3), "[1>=5][0>=1]");
+  ValueSelector falling = {rcsVSLowerAndUpperInit, opposites<CS_SELECT_GT, CS_SELECT_LE>, nullptr};
+  ValueSelector rising = {rcsVSLowerAndUpperInit, opposites<CS_SELECT_LT, CS_SELECT_GE>, nullptr};
+  EXPECT_EQ(learnt(freeAndPigeons("{5, 6}"), &falling, 3), "[1>5][0>5]");
+  EXPECT_EQ(learnt(freeAndPigeons("{4, 5}"), &rising, 3), "[1<5][0<5]");
   EXPECT_EQ(rcsTmpOp, nullptr);
   EXPECT_EQ(rcsTmpOpSize, 0);
 }
@@ -438,19 +425,23 @@ TEST_F(Restarts, RunsFromTheRoot)
   cs_restoreAll();
 }
 
+static NoGoodSet* reduced;
+
 TEST_F(Restarts, ReduceTheSetAtTheRoot)
 {
   Vars v = {makeVar("{0, 1}"), makeVar("{0..2}"), makeVar("{3, 7}")};
   EXPECT_TRUE(cs_IfNeq(v[1], v[2], 0, 3) && cs_IfNeq(v[1], v[2], 0, 7));
   std::vector<ValueSelector*> selectors(v.size(), cs_getValueSelector(CS_MIN_TO_MAX));
-  NoGoodSet* set = cs_createNoGoodSet(v.data(), int(v.size()), nullptr, 0, nullptr, nullptr);
-  const int schedule[] = {1, 9}, *at = schedule;
+  reduced = cs_createNoGoodSet(v.data(), int(v.size()), nullptr, 0, nullptr, nullptr);
+  std::string seen;
+  auto limit = [](void* text) {
+    *static_cast<std::string*>(text) += textOf(reduced) + ";";
+    return cs_getNbFails() == 0 ? 1 : 9;
+  };
   EXPECT_TRUE(cs_searchValueSelectorRestartNG(
-      v.data(), selectors.data(), int(v.size()), firstFree, nextLimit, &at, 0, set, nullptr));
-  // Learnt as 0=0 1=0, of which the second fails by itself.
-  ASSERT_EQ(cs_getNbNoGoods(set), 1);
-  EXPECT_EQ(cs_getNbNoGoodElements(set->_first), 1);
-  EXPECT_EQ(set->_first->_elements[0].index, 1);
+      v.data(), selectors.data(), int(v.size()), firstFree, limit, &seen, 0, reduced, nullptr));
+  // The second fails by itself; the limit is asked for before that is found.
+  EXPECT_EQ(seen + textOf(reduced), ";[0=0 1=0];[1=0]");
   cs_restoreAll();
 }
 
@@ -524,21 +515,75 @@ TEST_F(AllDrivers, WithoutPreferencesGoTheSameWay)
   EXPECT_GT(outcomes.size(), 200u);
 }
 
-static std::multiset<std::vector<int>> solutions;
-static void noteSolution(CSint** vars, int n)
+static Values valuesOf(CSint** vars, int n)
 {
-  std::vector<int> values;
+  Values values;
   for (int i = 0; i < n; i++)
     values.push_back(cs_getValue(vars[i]));
-  solutions.insert(values);
+  return values;
 }
 
-TEST_F(AllDrivers, FindTheSameSolutions)
+static std::multiset<Values> solutions;
+static void noteSolution(CSint** vars, int n) { solutions.insert(valuesOf(vars, n)); }
+
+/// What a search with restarts is held against.
+struct Learner
 {
-  SearchNotify* all = cs_createSearchNotify(nullptr);
-  cs_searchNotifySetFound(all, [](int, CSint** vars, int n, void*) { return noteSolution(vars, n), 0; });
-  int nbSolved = 0, nbUnsolved = 0, nbRestarted = 0;
-  for (uint64_t trial = 0; trial < 600; trial++) {
+  size_t toReject;
+  std::set<Values> rejected = {}; ///< solutions that were found and refused
+  size_t nbFound = 0;
+  NoGoodSet* set = nullptr;
+  int nbLearnt = 0, nbRuns = 0, limit = 0;
+};
+
+/// A no-good may exclude only solutions that were rejected before.
+static void expectSound(const Learner* learner, const NoGood* noGood)
+{
+  for (const Values& values : solutions)
+    EXPECT_TRUE(learner->rejected.count(values) || !forbids(noGood, values)) << textOf(noGood) << textOf(values);
+}
+
+static int seeNoGood(NoGoodSet*, NoGood* noGood, CSint**, int, void* data)
+{
+  auto* learner = static_cast<Learner*>(data);
+  expectSound(learner, noGood);
+  return ++learner->nbLearnt % 5;
+}
+
+static int rejectSome(int, CSint** vars, int n, void* data)
+{
+  auto* learner = static_cast<Learner*>(data);
+  Values values = valuesOf(vars, n);
+  learner->nbFound++;
+  EXPECT_TRUE(solutions.count(values));
+  if (!learner->rejected.count(values) && learner->rejected.size() >= learner->toReject)
+    return 1;
+  learner->rejected.insert(values);
+  return 0;
+}
+
+static void endRun(int, int, int, CSint**, int, void* data)
+{
+  auto* learner = static_cast<Learner*>(data);
+  learner->nbRuns++;
+  if (!learner->set)
+    return;
+  EXPECT_EQ(flawsOf(learner->set), "");
+  for (const NoGood* e = learner->set->_first; e; e = e->_next)
+    expectSound(learner, e);
+}
+
+static int oneMore(void* data) { return ++static_cast<Learner*>(data)->limit; }
+
+TEST_F(AllDrivers, FindTheSameSolutionsWithLearningOrWithout)
+{
+  Learner learner = {.toReject = 0};
+  SearchNotify* notify = cs_createSearchNotify(&learner);
+  cs_searchNotifySetFound(notify, rejectSome);
+  cs_searchNotifySetSearchEnd(notify, endRun);
+  int nbSolved = 0, nbUnsolved = 0, nbLearnt = 0, nbRuns = 0;
+  for (uint64_t trial = 0; trial < 2000; trial++) {
+    SCOPED_TRACE(trial);
     Random random(seedOf("FindTheSame", trial));
     int base = cs_saveContext();
     Vars v = randomProblem(random);
@@ -546,39 +591,41 @@ TEST_F(AllDrivers, FindTheSameSolutions)
     if (random.chance(50))
       std::shuffle(v.begin(), v.end(), std::minstd_rand(unsigned(trial)));
     solutions.clear();
-    int solvable = cs_findAll(v.data(), n, cs_findFreeVar, noteSolution);
-    auto expected = solutions;
+    cs_findAll(v.data(), n, cs_findFreeVar, noteSolution);
     std::vector<ValueSelector*> selectors;
     for (int i = 0; i < n; i++)
       selectors.push_back(cs_getValueSelector(random.pick(0, 4)));
-    solutions.clear();
-    EXPECT_FALSE(cs_searchValueSelectorFail(v.data(), selectors.data(), n, firstFree, 0, all));
-    EXPECT_EQ(solutions, expected) << "trial " << trial;
-    // Restarts with no-goods that are kept: as solvable as before, for a set that forgets and one that doesn't.
     Snapshot before(v);
-    int limit = 0;
-    for (int max : {0, 3}) {
-      int label = cs_saveContext();
-      NoGoodSet* set = cs_createNoGoodSet(v.data(), n, nullptr, max, nullptr, nullptr);
-      limit = 0;
-      int found = cs_searchValueSelectorRestartNG(
-          v.data(), selectors.data(), n, firstFree, [](void* l) { return ++*static_cast<int*>(l); }, &limit, 0, set,
-          nullptr);
-      EXPECT_EQ(found, solvable) << "trial " << trial;
-      if (found) {
-        solutions.clear();
-        noteSolution(v.data(), n);
-        EXPECT_TRUE(expected.count(*solutions.begin())) << "trial " << trial;
+    // Without restarts each solution comes once, whatever the selectors.
+    learner = {.toReject = SIZE_MAX};
+    EXPECT_FALSE(cs_searchValueSelectorFail(v.data(), selectors.data(), n, firstFree, 0, notify));
+    EXPECT_EQ(learner.rejected.size(), solutions.size());
+    EXPECT_EQ(learner.nbFound, solutions.size());
+    // With no set, one that keeps all, one that forgets; the first solution, some or none accepted.
+    for (int max : {-1, 0, 3})
+      for (size_t toReject : {size_t(0), solutions.size() / 2, SIZE_MAX}) {
+        const int maxFails = random.chance(20) ? random.pick(1, 20) : 0;
+        int label = cs_saveContext();
+        learner = {.toReject = toReject};
+        if (max >= 0)
+          learner.set = cs_createNoGoodSet(v.data(), n, seeNoGood, max, nullptr, &learner);
+        int found = cs_searchValueSelectorRestartNG(
+            v.data(), selectors.data(), n, firstFree, oneMore, &learner, maxFails, learner.set, notify);
+        EXPECT_TRUE(!found || solutions.count(valuesOf(v.data(), n)));
+        if (found || maxFails == 0 || cs_getNbFails() < maxFails) {
+          EXPECT_EQ(bool(found), learner.rejected.size() < solutions.size());
+        }
+        cs_restoreContextUntil(label);
+        EXPECT_EQ(before.changesOfVars(), "");
+        nbLearnt += learner.nbLearnt;
+        nbRuns += learner.nbRuns;
       }
-      cs_restoreContextUntil(label);
-      EXPECT_EQ(before.changesOfVars(), "") << "trial " << trial;
-    }
-    nbRestarted += limit > 2;
-    ++(solvable ? nbSolved : nbUnsolved);
+    ++(solutions.empty() ? nbUnsolved : nbSolved);
     cs_restoreContextUntil(base);
   }
-  EXPECT_GT(nbSolved, 50);
-  EXPECT_GT(nbUnsolved, 50);
-  EXPECT_GT(nbRestarted, 50);
-  cs_freeSearchNotify(all);
+  EXPECT_GT(nbSolved, 200);
+  EXPECT_GT(nbUnsolved, 200);
+  EXPECT_GT(nbLearnt, 5000);
+  EXPECT_GT(nbRuns, 40000);
+  cs_freeSearchNotify(notify);
 }

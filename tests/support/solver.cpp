@@ -132,6 +132,14 @@ int contextDepth()
   return label - 1;
 }
 
+int firstFree(CSint** vars, int n)
+{
+  for (int i = 0; i < n; i++)
+    if (cs_isFree(vars[i]))
+      return i;
+  return -1;
+}
+
 const char* cheapLocator(void*) { return "test"; }
 
 static char crashNote[256];

@@ -40,6 +40,9 @@ int nbAttached(const CSint* v);
 /// Number of contexts on the stack.
 int contextDepth();
 
+/// The position of the first free variable, or -1: for the search drivers that ask for positions.
+int firstFree(CSint** vars, int n);
+
 /// A locator that costs nothing; for cs_setProfilerLocator.
 const char* cheapLocator(void*);
 
