@@ -458,13 +458,21 @@ static inline bool wake(const Change& change, Tconstraint* t)
   return uint8_t(t->_constraint->_handlers[change._event](change._variable, t, change._old, change._now)) != 0;
 }
 
-/// The next attachment from `t` on to be called at the event. Where a handler would be Ptrue there is nothing to call,
-/// except that a profiler counts it.
-static inline Tconstraint* interested(Tconstraint* t, size_t event)
+/// What an attachment's _events say of one event, in one comparison: `_wanted` for an ordinary constraint that is to be
+/// called, 0 where its handler would be Ptrue.
+struct Filter
 {
-  while (t && !(t->_events >> event & 1) && !IsProfileEnabled)
-    t = t->_eventsOn >> event & 1 ? t->_next : nullptr;
-  return t;
+  uint32_t _wanted;
+  uint32_t _mask;
+};
+
+static inline Filter filterFor(size_t event) { return {._wanted = 1u << event, ._mask = 1u << event | statefulBit}; }
+
+/// With nothing to call: the next one, or null where no older one would be called either. A profiler counts the calls
+/// of Ptrue too, so while one is on none is passed over.
+static inline Tconstraint* skip(const Tconstraint* t, Filter filter)
+{
+  return t->_eventsOn & filter._wanted ? t->_next : nullptr;
 }
 
 /// Gives back all that is pending, also for flushes further out, in one step.
@@ -497,17 +505,28 @@ static void dropQueue()
 /// and false comes back. `flagged` is the first listener for failure that this flush met, in whatever list.
 static inline bool wakeAll(const Change& change, Tconstraint* t, Tconstraint*& flagged)
 {
-  for (; (t = interested(t, change._event)); t = t->_next) {
-    if (t->_constraint->_state == 0) [[likely]] {
-      if (!wake(change, t)) {
-        failFlush(change._variable, change._event, change._old, change._now, t, flagged);
-        return false;
+  const Filter filter = filterFor(change._event);
+  while (t) {
+    const uint32_t events = t->_events & filter._mask;
+    if (events != filter._wanted) {
+      if (events == 0 && !IsProfileEnabled) {
+        t = skip(t, filter);
+        continue;
       }
-      if (IsProfileEnabled) [[unlikely]]
-        rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
-    } else if (!flagged && (t->_constraint->_state & listensForFailure)) {
-      flagged = t;
+      if (events & statefulBit) {
+        if (!flagged && (t->_constraint->_state & listensForFailure))
+          flagged = t;
+        t = t->_next;
+        continue;
+      }
     }
+    if (!wake(change, t)) {
+      failFlush(change._variable, change._event, change._old, change._now, t, flagged);
+      return false;
+    }
+    if (IsProfileEnabled) [[unlikely]]
+      rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
+    t = t->_next;
   }
   return true;
 }
@@ -560,14 +579,24 @@ static inline int runFlush(Flush flush)
 int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
 {
   return runFlush([=] {
-    for (Tconstraint* t = variable->_constraints; (t = interested(t, event)); t = t->_next) {
-      if (t->_constraint->_state != 0) [[unlikely]]
-        return wakeRest(variable, event, old, now, t);
+    const Filter filter = filterFor(event);
+    Tconstraint* t = variable->_constraints;
+    do {
+      const uint32_t events = t->_events & filter._mask;
+      if (events != filter._wanted) {
+        if (events == 0 && !IsProfileEnabled) {
+          t = skip(t, filter);
+          continue;
+        }
+        if (events & statefulBit)
+          return wakeRest(variable, event, old, now, t);
+      }
       if (!wake({variable, event, old, now}, t)) [[unlikely]]
         return failFlush(variable, event, old, now, t, nullptr);
       if (IsProfileEnabled) [[unlikely]]
         rcsCallProfiler(1, variable, uint32_t(event), t->_constraint->_info);
-    }
+      t = t->_next;
+    } while (t);
     if (_pq._head)
       drainQueue(nullptr);
     else

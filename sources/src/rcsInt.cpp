@@ -237,6 +237,21 @@ static inline int storeMax(CSint* v, int32_t value)
   return storeMax(v, rcsDomainPrevOn(v->_domain, value + 1));
 }
 
+/// The same for a bound that is known to be the only value passed: nothing has to be counted.
+[[gnu::noinline]] static int dropMinOverHoles(CSint* v, int32_t value)
+{
+  assert(v->_min < value && value <= v->_max);
+  v->_nbElements = wrapSub(v->_nbElements, 1);
+  return storeMin(v, rcsDomainNextOn(v->_domain, value - 1));
+}
+
+[[gnu::noinline]] static int dropMaxOverHoles(CSint* v, int32_t value)
+{
+  assert(v->_min <= value && value < v->_max);
+  v->_nbElements = wrapSub(v->_nbElements, 1);
+  return storeMax(v, rcsDomainPrevOn(v->_domain, value + 1));
+}
+
 static inline int raiseMin(CSint* v, int32_t value)
 {
   assert(v->_min < value && value <= v->_max);
@@ -344,11 +359,11 @@ int rcsRemoveValue(CSint* variable, int32_t value)
     return withRoom(rcsRemoveValue, variable, value);
   if (value == variable->_min) {
     writeOld(variable, NewMin, value, variable->_nbElements);
-    return raiseMin(variable, value + 1);
+    return hasHoles(variable) ? dropMinOverHoles(variable, value + 1) : raiseMin(variable, value + 1);
   }
   if (value == variable->_max) {
     writeOld(variable, NewMax, value, variable->_nbElements);
-    return lowerMax(variable, value - 1);
+    return hasHoles(variable) ? dropMaxOverHoles(variable, value - 1) : lowerMax(variable, value - 1);
   }
   writeOld(variable, Neq, value, variable->_nbElements);
   if (!variable->_domain && !makeBits(variable))

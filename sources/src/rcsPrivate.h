@@ -16,6 +16,9 @@ using namespace kernel;
 /// Bit of a constraint's _state: the queue calls it at failures only.
 constexpr uint32_t listensForFailure = 1;
 
+/// Bit of an attachment's _events, beside those of the six events: its constraint has a state other than 0.
+constexpr uint32_t statefulBit = 0x80;
+
 /// Wakes the handlers until the queue is empty or one of them fails, which only _failures tells.
 void _flushPropagationQueue(void);
 
