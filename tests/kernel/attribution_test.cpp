@@ -91,6 +91,12 @@ TEST_F(Attribution, OnlyWithAProfilerOnAndOnlyWhereThereIsWork)
   EXPECT_TRUE(cs_GE(x, 3));
   EXPECT_FALSE(cs_GE(x, 10));
   EXPECT_EQ(reportOf(profiler), "place\tcs_GE\t3\t1\n");
+  cs_disableProfiler(profiler);
+  profiler = cs_createProfiler(0);
+  cs_enableProfiler(profiler);
+  EXPECT_TRUE(cs_NEQ(x, 5) && cs_NEQ(x, 3) && cs_NEQ(x, 9));
+  EXPECT_FALSE(cs_NEQ(CSINT(4), 4));
+  EXPECT_EQ(reportOf(profiler), "place\tcs_NEQ\t4\t1\n");
 }
 
 TEST_F(Attribution, AFailedTestOfTheDomainReportsToo)

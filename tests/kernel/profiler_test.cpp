@@ -10,6 +10,10 @@
 
 using namespace kit;
 
+#ifdef __linux__
+extern "C" const char __executable_start; ///< the linker's, at the load address
+#endif
+
 class Profile : public SolverTest
 {
 protected:
@@ -131,7 +135,12 @@ TEST_F(Profile, HeaderOfAReport)
   Parsed parsed = parse(text);
   ASSERT_EQ(parsed.header.size(), 6u);
   EXPECT_EQ(parsed.header[4].find("base address: 0x"), 0u);
-  EXPECT_GT(std::stoull(parsed.header[4].substr(14), nullptr, 16), 0u);
+  unsigned long long base = std::stoull(parsed.header[4].substr(14), nullptr, 16);
+#ifdef __linux__
+  EXPECT_EQ(base, reinterpret_cast<uintptr_t>(&__executable_start));
+#else
+  EXPECT_GT(base, 0u);
+#endif
   EXPECT_EQ(parsed.header[5], "format: darwin_atos");
   EXPECT_TRUE(parsed.rows.empty());
 
@@ -165,6 +174,15 @@ TEST_F(Profile, DeletingOnlyUnlinks)
   EXPECT_TRUE(rcsIsProfilerEnabled());
   cs_GE(x, 2);
   EXPECT_EQ(parse(report(deleted)).rows["spy spy"], "1 0");
+  Profiler *first = cs_createProfiler(0), *middle = cs_createProfiler(0), *last = cs_createProfiler(0);
+  for (Profiler* p : {first, middle, last})
+    cs_enableProfiler(p);
+  cs_disableProfiler(middle);
+  cs_GE(x, 3);
+  EXPECT_EQ(parse(report(first)).rows["spy spy"] + parse(report(last)).rows["spy spy"], "1 01 0");
+  EXPECT_TRUE(parse(report(middle)).rows.empty());
+  cs_disableProfiler(last);
+  cs_disableProfiler(first);
   cs_disableProfiler(deleted);
   EXPECT_FALSE(rcsIsProfilerEnabled());
   cs_end();

@@ -108,6 +108,21 @@ TEST_F(NoGoods, WhatIsKept)
   EXPECT_DEATH(cs_addNoGood(set, wrong, decisions, 2), "`0'|'0'|0");
 }
 
+TEST_F(NoGoods, TheDestructorRunsWithTheSet)
+{
+  static std::string left;
+  cs_saveContext();
+  NoGoodSet* mine = cs_createNoGoodSet(
+      x.data(), 3, nullptr, 0, [](NoGoodSet* ending, void* text) { *static_cast<std::string*>(text) += textOf(ending); },
+      &left);
+  add(mine, {a, b});
+  cs_saveContext();
+  cs_restoreContext();
+  EXPECT_EQ(left, "");
+  cs_restoreContext();
+  EXPECT_EQ(left, "[0=1 1<=2]");
+}
+
 TEST_F(NoGoods, TheLastOpenElementIsForbidden)
 {
   add(set, {a, b, c});
