@@ -113,8 +113,8 @@ TEST_F(NoGoods, TheDestructorRunsWithTheSet)
   static std::string left;
   cs_saveContext();
   NoGoodSet* mine = cs_createNoGoodSet(
-      x.data(), 3, nullptr, 0, [](NoGoodSet* ending, void* text) { *static_cast<std::string*>(text) += textOf(ending); },
-      &left);
+      x.data(), 3, nullptr, 0,
+      [](NoGoodSet* ending, void* text) { *static_cast<std::string*>(text) += textOf(ending); }, &left);
   add(mine, {a, b});
   cs_saveContext();
   cs_restoreContext();
