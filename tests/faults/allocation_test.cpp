@@ -571,6 +571,20 @@ static const std::vector<FaultRow> profiling = {
               return ok;
             },
         .survives = true},
+    {.name = "report",
+        .run =
+            [](Vars&) {
+              Profiler* profiler = cs_createProfiler(CS_PROFILER_CONSTRAINTS);
+              if (!profiler)
+                return false;
+              char text[300] = "";
+              FILE* stream = fmemopen(text, sizeof text, "w");
+              cs_initErr();
+              cs_profilerWrite(profiler, stream);
+              fclose(stream);
+              EXPECT_EQ(strstr(text, "error\n") != nullptr, cs_getErr() != 0);
+              return cs_getErr() == 0;
+            }},
     {.name = "createProfiler", .run = [](Vars&) { return cs_createProfiler(CS_PROFILER_CONSTRAINTS); }},
     {.name = "countedCalls",
         .domains = {"1..9", "1..9", "1..9"},
