@@ -149,6 +149,13 @@ TEST_F(Context, HeapsOfContextsAndOfTheQueue)
   EXPECT_EQ(contextDepth(), 0);
   PropagationRecord* first = _rcsGetPropagationHeap();
   EXPECT_EQ(_rcsGetPropagationHeap(), first + 1);
+  // The queue uses its own again.
+  CSint *x = cs_createCSint(0, 20), *y = cs_createCSint(0, 20);
+  EXPECT_TRUE(cs_Lt(x, y) && cs_GE(x, 1));
+  PropagationRecord* next = _rcsGetPropagationHeap();
+  for (int i = 2; i < 10; i++)
+    EXPECT_TRUE(cs_GE(x, i));
+  EXPECT_EQ(_rcsGetPropagationHeap(), next + 1);
 }
 
 TEST_F(Context, VariablesKeepTheirAddresses)

@@ -78,6 +78,9 @@ TEST_F(Narrowing, AnEventSentByHand)
   EXPECT_TRUE(raiseByHand(v, 5));
   EXPECT_FALSE(raiseByHand(v, 7));
   EXPECT_EQ(spy.log(), "v NewMin 2->5, v NewMin 5->7");
+  _rcsRemoveConstraint(v);
+  _rcsRemoveConstraint(v); // finds none
+  EXPECT_EQ(spy.nbDestroyed, 1);
 }
 
 TEST_F(Narrowing, Value)
