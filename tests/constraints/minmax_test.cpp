@@ -94,6 +94,13 @@ TEST_F(MinMax, ResultToOperands)
   Vars t = make({"{1..5}", "{2..9}"});
   EXPECT_TRUE(cs_EQ(cs_Max(t.data(), 2), 3));
   EXPECT_EQ(texts(t), "{1..3} {2, 3}");
+  // And at the bound that the operands don't follow.
+  Vars s = make({"{1..5}", "{2..9}"});
+  EXPECT_TRUE(cs_EQ(cs_Min(s.data(), 2), 5));
+  EXPECT_EQ(texts(s), "5 {5..9}");
+  Vars r = make({"{1..5}", "{2..9}"});
+  EXPECT_TRUE(cs_EQ(cs_Max(r.data(), 2), 2));
+  EXPECT_EQ(texts(r), "{1, 2} 2");
 }
 
 TEST_F(MinMax, AFixedResultNeedsASupportAndForcesNone)

@@ -108,6 +108,15 @@ TEST_F(Mul, TheDividendLearnsNothingBeforeAnEvent)
   EXPECT_FALSE(cs_GE(x, 7));
 }
 
+TEST_F(Mul, ZeroIsCutWhereNothingCanBeDivided)
+{
+  CSint *x = makeVar("{-3..5}"), *y = makeVar("{-5..0}"), *u = makeVar("{-3..5}"), *v = makeVar("{0..5}");
+  EXPECT_TRUE(cs_GE(cs_Mul(x, y), 1));
+  EXPECT_EQ(textOf(x) + textOf(y), "{-3..-1}{-5..-1}");
+  EXPECT_TRUE(cs_GE(cs_Mul(u, v), 1));
+  EXPECT_EQ(textOf(u) + textOf(v), "{1..5}{1..5}");
+}
+
 TEST_F(Mul, ZeroIsCutFromBoundsOnly)
 {
   CSint *x = makeVar("{0..5}"), *y = makeVar("{-5..0}"), *z = cs_Mul(x, y);

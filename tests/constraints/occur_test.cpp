@@ -160,6 +160,15 @@ TEST_F(Occur, EachWayOfLosingTheValue)
   }
 }
 
+TEST_F(Occur, ARangeWhoseCountWrapsIsNotAttached)
+{
+  CSint* wide[] = {cs_createCSint(INT32_MIN, INT32_MAX)};
+  CSint* count = cs_OccurDomain(4, wide, 1);
+  EXPECT_EQ(textOf(count), "{0, 1}");
+  EXPECT_EQ(nbAttached(wide[0]), 0);
+  EXPECT_EQ(count->_constraints->_constraint->_info->_refCount, 1u);
+}
+
 TEST_F(Occur, VariablesThatAreWiderThanAtPosting)
 {
   // Posted in a context that is accepted, inside one that is restored.

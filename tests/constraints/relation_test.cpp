@@ -181,6 +181,13 @@ TEST_F(AllNeq, AVariableTwiceFailsOnlyWhereItIsFixedAtPosting)
   EXPECT_TRUE(cs_EQ(y, 4));
 }
 
+TEST_F(AllNeq, TwoFixedAtOnceFail)
+{
+  CSint* v[] = {makeVar("0..9"), makeVar("0..9"), makeVar("0..9")};
+  ASSERT_TRUE(cs_AllNeq(v, 3) && cs_Eq(v[0], v[1]));
+  EXPECT_FALSE(cs_EQ(v[0], 3));
+}
+
 TEST_F(AllNeq, TheSpanIsTestedWhereAWitnessMoves)
 {
   // The witnesses are the first and the third variable, 0..9; the second shrinks the true span without being looked at.

@@ -117,6 +117,10 @@ static const std::vector<FaultRow> narrowing = {
         .domains = {"1..9"},
         .prepare = withTrail<1>,
         .run = [](Vars& x) { return cs_EQ(x[0], 5); }},
+    {.name = "recordByHandAtTheEndOfTheTrail",
+        .domains = {"1..9"},
+        .prepare = withTrail<0>,
+        .run = [](Vars& x) { return rcsSaveCSint(x[0], NewMin, 1, 9); }},
     {.name = "removalAtTheEndOfTheTrail",
         .domains = {"{1..3, 5..9}"},
         .prepare = withTrail<0>,
@@ -241,6 +245,14 @@ static const auto functions = faults("FunctionFaults",
         {.name = "Abs", .domains = {"{-3, 1, 5}"}, .run = [](Vars& x) { return cs_Abs(x[0]); }},
         {.name = "Element", .domains = {"0..9"}, .run = [](Vars& x) { return cs_Element(x[0], entries, 4); }},
         {.name = "Index", .domains = {"0..9", "{1, 4}", "7"}, .run = [](Vars& x) { return cs_Index(x.data(), 3, 4); }},
+        {.name = "IndexWithoutRoomForTheResult",
+            .domains = {"0..9", "{1, 4}", "7"},
+            .prepare = fillVariables,
+            .run = [](Vars& x) { return cs_Index(x.data(), 3, 4); }},
+        {.name = "VarElementRangeWithoutRoomForTheResult",
+            .domains = {"0..1", "0..9", "{1, 4}"},
+            .prepare = fillVariables,
+            .run = [](Vars& x) { return cs_VarElementRange(x[0], x.data() + 1, 2); }},
         {.name = "OccurConstraints",
             .domains = {"0..9", "0..9", "7", "{1, 4}", "2..5"},
             .run = [](Vars& x) { return cs_OccurConstraints(x[0], 4, &x[1], 4); }},
@@ -556,6 +568,20 @@ static const std::vector<FaultRow> profiling = {
               return ok;
             },
         .survives = true},
+    {.name = "report",
+        .run =
+            [](Vars&) {
+              Profiler* profiler = cs_createProfiler(CS_PROFILER_CONSTRAINTS);
+              if (!profiler)
+                return false;
+              char text[300] = "";
+              FILE* stream = fmemopen(text, sizeof text, "w");
+              cs_initErr();
+              cs_profilerWrite(profiler, stream);
+              fclose(stream);
+              EXPECT_EQ(strstr(text, "error\n") != nullptr, cs_getErr() != 0);
+              return cs_getErr() == 0;
+            }},
     {.name = "createProfiler", .run = [](Vars&) { return cs_createProfiler(CS_PROFILER_CONSTRAINTS); }},
     {.name = "countedCalls",
         .domains = {"1..9", "1..9", "1..9"},

@@ -78,10 +78,13 @@ TEST_F(Attribution, OnlyWithAProfilerOnAndOnlyWhereThereIsWork)
   EXPECT_TRUE(cs_GE(x, 3));
   EXPECT_FALSE(cs_GE(x, 10));
   EXPECT_EQ(reportOf(profiler).rows["cs_GE place"], "3 1");
+  EXPECT_TRUE(cs_NEQ(x, 5) && cs_NEQ(x, 3) && cs_NEQ(x, 9));
+  EXPECT_FALSE(cs_NEQ(CSINT(4), 4));
+  EXPECT_EQ(reportOf(profiler).rows["cs_NEQ place"], "4 1");
   // A failed test of the domain is reported, too.
   CSint* y = makeVar("{0, 1, 9}");
   EXPECT_FALSE(cs_EQ(y, 5));
   EXPECT_FALSE(cs_EQ(y, 12));
   EXPECT_EQ(reportOf(profiler).rows["cs_EQ place"], "2 2");
-  EXPECT_EQ(reportOf(profiler).rows.size(), 2u);
+  EXPECT_EQ(reportOf(profiler).rows.size(), 3u);
 }

@@ -133,6 +133,31 @@ TEST_F(Context, EventHeapReusesItsBlocks)
   _rcsPopEvent();
 }
 
+// Records taken by hand: a context pops with the place on the trail that it was given.
+TEST_F(Context, HeapsOfContextsAndOfTheQueue)
+{
+  cs_createCSintArray(2, 0, 1);
+  cs_saveContext();
+  ContextRecord* record = _rcsGetContextHeap();
+  *record = record[-1];
+  record->_eventIndex = 7;
+  EXPECT_EQ(contextDepth(), 2);
+  EXPECT_EQ(_rcsPopContext(), 7);
+  EXPECT_EQ(_rcsGetContextHeap(), record);
+  _rcsPopContext();
+  EXPECT_EQ(_rcsPopContext(), 1);
+  EXPECT_EQ(contextDepth(), 0);
+  PropagationRecord* first = _rcsGetPropagationHeap();
+  EXPECT_EQ(_rcsGetPropagationHeap(), first + 1);
+  // The queue uses its own again.
+  CSint *x = cs_createCSint(0, 20), *y = cs_createCSint(0, 20);
+  EXPECT_TRUE(cs_Lt(x, y) && cs_GE(x, 1));
+  PropagationRecord* next = _rcsGetPropagationHeap();
+  for (int i = 2; i < 10; i++)
+    EXPECT_TRUE(cs_GE(x, i));
+  EXPECT_EQ(_rcsGetPropagationHeap(), next + 1);
+}
+
 TEST_F(Context, VariablesKeepTheirAddresses)
 {
   Vars vars;

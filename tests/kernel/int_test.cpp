@@ -57,6 +57,7 @@ TEST_F(Int, NamesReuseTheirBuffer)
   const char* name = cs_setName(x, "longer");
   EXPECT_EQ(cs_setName(x, "short"), name);
   EXPECT_STREQ(name, "short");
+  EXPECT_STREQ(cs_setName(x, name), "short");
   std::string longest(100, 'n');
   name = cs_setName(x, longest.c_str());
   EXPECT_EQ(cs_getName(x), name);
@@ -72,6 +73,7 @@ TEST_F(Int, MembershipNeedsTheBounds)
   EXPECT_FALSE(cs_isIn(x, 6));
   EXPECT_FALSE(cs_isIn(x, -1));
   EXPECT_TRUE(cs_isIn(x, 5));
+  EXPECT_EQ(cs_getMax(x), 5);
   cs_NEQ(x, 3);
   EXPECT_FALSE(cs_isIn(x, 3));
 }

@@ -21,6 +21,7 @@ protected:
     EXPECT_EQ(v->_nbElements, int(valuesOf(v).size()));
     cs_restoreContextUntil(label);
     EXPECT_EQ(textOf(v), domain);
+    EXPECT_EQ(v->_nbElements, int(valuesOf(v).size()));
     return text;
   }
 };
@@ -43,6 +44,43 @@ TEST_F(Narrowing, Maximum)
   EXPECT_EQ(narrow("{0..9}", rcsSetMax, 0), "1 0 | v NewMaxEq 9->0");
   EXPECT_EQ(narrow("{0, 4, 8, 9}", rcsSetMax, 7), "1 {0, 4} | v NewMax 9->4");
   EXPECT_EQ(narrow("{0, 4, 8, 9}", rcsSetMax, 3), "1 0 | v NewMaxEq 9->0");
+}
+
+// The inner steps, for one who writes the trail himself.
+TEST_F(Narrowing, InnerSteps)
+{
+  auto raise = [](CSint* v, int value) -> int {
+    return rcsSaveCSint(v, NewMin, v->_min, v->_nbElements) && _rcsSetMin(v, value);
+  };
+  auto lower = [](CSint* v, int value) -> int {
+    return rcsSaveCSint(v, NewMax, v->_max, v->_nbElements) && _rcsSetMax(v, value);
+  };
+  EXPECT_EQ(narrow("{0..9}", raise, 4), "1 {4..9} | v NewMin 0->4");
+  EXPECT_EQ(narrow("{0, 1, 5, 9}", raise, 6), "1 9 | v NewMinEq 0->9");
+  EXPECT_EQ(narrow("{0..9}", lower, 4), "1 {0..4} | v NewMax 9->4");
+  EXPECT_EQ(narrow("{0, 4, 8, 9}", lower, 3), "1 0 | v NewMaxEq 9->0");
+}
+
+static int raiseByHand(CSint* v, int32_t value)
+{
+  v->_nbElements -= value - v->_min;
+  v->_min = value;
+  return rcsDoPropagation(v, NewMin, value);
+}
+
+// What nobody was there to hear counts as told, so that the first event starts from there.
+TEST_F(Narrowing, AnEventSentByHand)
+{
+  CSint* v = cs_createCSint(0, 9);
+  EXPECT_TRUE(raiseByHand(v, 2));
+  Spy spy;
+  spy.watch(v, "v").failAt = 2;
+  EXPECT_TRUE(raiseByHand(v, 5));
+  EXPECT_FALSE(raiseByHand(v, 7));
+  EXPECT_EQ(spy.log(), "v NewMin 2->5, v NewMin 5->7");
+  _rcsRemoveConstraint(v);
+  _rcsRemoveConstraint(v); // finds none
+  EXPECT_EQ(spy.nbDestroyed, 1);
 }
 
 TEST_F(Narrowing, Value)

@@ -9,6 +9,10 @@
 
 using namespace kit;
 
+#ifdef __linux__
+extern "C" const char __executable_start; ///< the linker's, at the load address
+#endif
+
 using Profile = SolverTest;
 
 static const char* place(void* extra) { return static_cast<const char*>(extra); }
@@ -102,6 +106,10 @@ TEST_F(Profile, FormOfAReport)
   Profiler* profiler = cs_createProfiler(0);
   expectForm(profiler, "platform: \\w+\narch: \\w+\nbase address: 0x[1-9a-f][0-9a-f]*\nformat: darwin_atos\n");
   EXPECT_TRUE(reportOf(profiler).rows.empty());
+#ifdef __linux__
+  const std::string base = reportOf(profiler).header[4];
+  EXPECT_EQ(std::stoull(base.substr(base.find("0x")), nullptr, 16), reinterpret_cast<uintptr_t>(&__executable_start));
+#endif
   cs_setProfilerLocator("word", place, here);
   CSint *x = cs_createCSint(0, 9), *y = cs_createCSint(0, 9);
   EXPECT_TRUE(cs_Lt(x, y));
@@ -134,6 +142,15 @@ TEST_F(Profile, DeletingOnlyUnlinks)
   EXPECT_TRUE(rcsIsProfilerEnabled());
   cs_GE(x, 2);
   EXPECT_EQ(reportOf(deleted).rows["spy spy"], "1 0");
+  Profiler *first = cs_createProfiler(0), *middle = cs_createProfiler(0), *last = cs_createProfiler(0);
+  for (Profiler* p : {first, middle, last})
+    cs_enableProfiler(p);
+  cs_disableProfiler(middle);
+  cs_GE(x, 3);
+  EXPECT_EQ(reportOf(first).rows["spy spy"] + reportOf(last).rows["spy spy"], "1 01 0");
+  EXPECT_TRUE(reportOf(middle).rows.empty());
+  cs_disableProfiler(last);
+  cs_disableProfiler(first);
   cs_disableProfiler(deleted);
   EXPECT_FALSE(rcsIsProfilerEnabled());
   cs_end();
