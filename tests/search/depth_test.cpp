@@ -17,13 +17,15 @@ static constexpr bool lean = !__has_feature(address_sanitizer);
 static constexpr bool lean = true;
 #endif
 
-static const char* frames[3]; // the selector's frame at the first, the second and the last level
+static const char* frames[3]; // the selector's frame at the second, the third and the last level
 static int level;
 
 // Takes the variables in order, without looking at those behind.
 [[gnu::always_inline]] static inline int next(int n)
 {
-  frames[level < 2 ? level : 2] = static_cast<const char*>(__builtin_frame_address(0));
+  // Not at the first: a compiler may put that into the function that calls the driver.
+  if (level > 0)
+    frames[level < 3 ? level - 1 : 2] = static_cast<const char*>(__builtin_frame_address(0));
   return level < n ? level++ : -1;
 }
 
@@ -95,7 +97,7 @@ TEST_F(DeepSearch, TwentyThousandDecisionsFitIntoEightMegabytes)
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
     auto bytes = frames[0] - frames[1];
-    EXPECT_NEAR(double(frames[0] - frames[2]) / double(bytes), 20000, 1);
+    EXPECT_NEAR(double(frames[0] - frames[2]) / double(bytes), 19999, 1);
     RecordProperty(driver.name, int(bytes));
     printf("%s: %d bytes of stack for each level\n", driver.name, int(bytes));
     if (lean) {
