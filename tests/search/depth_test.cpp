@@ -97,10 +97,11 @@ TEST_F(DeepSearch, TwentyThousandDecisionsFitIntoEightMegabytes)
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
     auto bytes = frames[0] - frames[1];
-    EXPECT_NEAR(double(frames[0] - frames[2]) / double(bytes), 19999, 1);
     RecordProperty(driver.name, int(bytes));
     printf("%s: %d bytes of stack for each level\n", driver.name, int(bytes));
+    // Under the address sanitizer a frame may lie elsewhere, and not all do.
     if (lean) {
+      EXPECT_NEAR(double(frames[0] - frames[2]) / double(bytes), 19999, 1);
       EXPECT_LT(bytes, 200);
     }
   }
