@@ -37,13 +37,9 @@ void cs_printStats(void) { cs_fprintStats(stdout); }
 // Depth-first search
 // =====================================================================================================================
 
-/// Tries the values of `v` in ascending order, each in a context of its own. `descend` searches below one that stands;
-/// when it answers yes, or `isOver`, the contexts stay as they are, and so they do at a cancel: a solution must stay
-/// visible, and after the limit or a cancel the client restores to a label of its own. A parent takes a cancelled level
-/// for a failed one and pops that level's context in place of its own; repairing that here would undo what the client
-/// is promised to find.
-template <typename Descend, typename IsOver>
-[[gnu::always_inline]] static inline int tryValues(CSint* v, Descend descend, IsOver isOver)
+/// Tries the values of `v` in ascending order.
+template <typename Descend>
+[[gnu::always_inline]] static inline int tryValues(CSint* v, const int32_t& failLimit, Descend descend)
 {
   // Taken once: the values to try are those of this moment.
   int32_t value = v->_min;
@@ -52,18 +48,9 @@ template <typename Descend, typename IsOver>
   cs_saveContext();
   for (; value <= max; value++) {
     if (rcsDomainIsOn(domain, value)) {
-      countChoicePoint();
-      if (rcsCancelSearch)
-        return 0;
-      if (cs_EQ(v, value)) {
-        if (descend())
-          return 1;
-      } else {
-        countFail();
-      }
-      if (isOver())
-        return 0;
-      cs_restoreAndSaveContext();
+      Turn turn = tryValue(v, value, failLimit, descend);
+      if (turn != Turn::next)
+        return turn == Turn::solved;
     }
     if (value == max)
       break;
@@ -75,8 +62,7 @@ template <typename Descend, typename IsOver>
 int _searchFail(const Search* s)
 {
   CSint* v = s->_findFreeVar(s->_vars, s->_n);
-  return !v || tryValues(
-                   v, [=] { return _searchFail(s); }, [=] { return limitReached(rcsNbFails, s->_fails); });
+  return !v || tryValues(v, s->_fails, [=] { return _searchFail(s); });
 }
 
 static int runSearch(CSint** variables, int n, CSfindFreeVar findFreeVar, int fails)
@@ -134,13 +120,10 @@ static void _findAll(const AllSearch* s)
     succeed = 1;
     return;
   }
-  tryValues(
-      v,
-      [=] {
-        _findAll(s);
-        return false;
-      },
-      [] { return false; });
+  tryValues(v, 0, [=] {
+    _findAll(s);
+    return false;
+  });
 }
 
 int cs_findAll(CSint** variables, int n, CSfindFreeVar findFreeVar, CSfound found)

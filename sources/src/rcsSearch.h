@@ -23,6 +23,35 @@ inline void countFail() { rcsNbFails = wrapAdd(rcsNbFails, 1); }
 /// A limit below 1 is none.
 inline bool limitReached(int32_t nbFails, int32_t limit) { return limit > 0 && nbFails >= limit; }
 
+/// What came of a value that a driver tried.
+enum class Turn {
+  next,   ///< nothing: the next value may be tried
+  solved, ///< a solution, which must stay visible
+  stopped ///< the end of the search: by a cancel, or at the limit of failures
+};
+
+/// Tries a value in the context that is open, and has `descend` search below it. Only where the next value may be tried
+/// is the context as before. After a solution, a cancel or the limit it stays as it is, for the client to restore to a
+/// label of its own. A parent takes a cancelled level for a failed one and pops that level's context in place of its
+/// own; repairing that here would undo what the client is promised to find.
+template <typename Descend>
+[[gnu::always_inline]] inline Turn tryValue(CSint* v, int32_t value, const int32_t& failLimit, Descend descend)
+{
+  countChoicePoint();
+  if (rcsCancelSearch)
+    return Turn::stopped;
+  if (cs_EQ(v, value)) {
+    if (descend())
+      return Turn::solved;
+  } else {
+    countFail();
+  }
+  if (limitReached(rcsNbFails, failLimit))
+    return Turn::stopped;
+  cs_restoreAndSaveContext();
+  return Turn::next;
+}
+
 /// Of a client's answer only the low 8 bits count.
 inline bool isYes(int answer) { return uint8_t(answer) != 0; }
 

@@ -29,38 +29,28 @@ static inline int32_t bestUntried(int32_t min, int32_t max, const Domain* domain
   return best;
 }
 
-/// All ways out but the last leave the contexts as they are, as in the plain search.
 template <typename Rate, typename Descend>
 [[gnu::always_inline]] static inline int tryInTurns(
-    CSint* v, Domain* untried, int32_t fails, Rate rate, Descend descend)
+    CSint* v, Domain* untried, const int32_t& fails, Rate rate, Descend descend)
 {
   // Taken once: the values to try are those of this moment.
   const int32_t min = v->_min, max = v->_max;
   const Domain* domain = v->_domain;
   cs_saveContext();
-  for (int32_t turn = 0; turn < v->_nbElements; turn++) {
+  for (int32_t n = 0; n < v->_nbElements; n++) {
     // With nothing rated, the turn is spent on a value that isn't there.
     int32_t value = bestUntried(min, max, domain, untried, rate);
     rcsDomainOff(untried, value);
-    countChoicePoint();
-    if (rcsCancelSearch)
-      return 0;
-    if (cs_EQ(v, value)) {
-      if (descend())
-        return 1;
-    } else {
-      countFail();
-    }
-    if (limitReached(rcsNbFails, fails))
-      return 0;
-    cs_restoreAndSaveContext();
+    Turn turn = tryValue(v, value, fails, descend);
+    if (turn != Turn::next)
+      return turn == Turn::solved;
   }
   cs_acceptContext();
   return 0;
 }
 
 template <typename Rate, typename Descend>
-[[gnu::always_inline]] static inline int tryByRating(CSint* v, int32_t fails, Rate rate, Descend descend)
+[[gnu::always_inline]] static inline int tryByRating(CSint* v, const int32_t& fails, Rate rate, Descend descend)
 {
   Domain* untried = rcsCreateDomain(v->_initMin, v->_initMax);
   if (!untried)

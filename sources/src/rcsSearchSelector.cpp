@@ -65,10 +65,21 @@ struct SelectorSearch
   int32_t _n;
   CSfindFreeVarIndex _findFreeVarIndex;
   const SearchNotify* _notify;
-  NoGoodSet* _noGoods; ///< or null: nothing is learnt
-  int32_t _fails;      ///< limit of this run
-  int32_t _nbFails;    ///< failures of this run; rcsNbFails may count several runs
+  NoGoodSet* _noGoods;  ///< or null: nothing is learnt
+  int32_t _fails = 0;   ///< limit of this run
+  int32_t _nbFails = 0; ///< failures of this run; rcsNbFails may count several runs
 };
+
+static SelectorSearch newSearch(CSint** variables, ValueSelector** selectors, int32_t n,
+    CSfindFreeVarIndex findFreeVarIndex, const SearchNotify* notify, NoGoodSet* noGoods)
+{
+  return {._vars = variables,
+      ._selectors = selectors,
+      ._n = n,
+      ._findFreeVarIndex = findFreeVarIndex,
+      ._notify = notify ? notify : &emptyNotify,
+      ._noGoods = noGoods};
+}
 
 struct SearchFrame
 {
@@ -166,14 +177,8 @@ static int _searchValueSelectorFailNG(SelectorSearch* s, int32_t level, SearchFr
 int cs_searchValueSelectorFail(CSint** variables, ValueSelector** selectors, int n, CSfindFreeVarIndex findFreeVarIndex,
     int fails, SearchNotify* notify)
 {
-  SelectorSearch search = {._vars = variables,
-      ._selectors = selectors,
-      ._n = n,
-      ._findFreeVarIndex = findFreeVarIndex,
-      ._notify = notify ? notify : &emptyNotify,
-      ._noGoods = nullptr,
-      ._fails = fails,
-      ._nbFails = 0};
+  SelectorSearch search = newSearch(variables, selectors, n, findFreeVarIndex, notify, nullptr);
+  search._fails = fails;
   resetSearch();
   tell(&search, &SearchNotify::_searchStart, fails);
   int found = _searchValueSelectorFailNG(&search, 0, nullptr);
@@ -289,14 +294,7 @@ int cs_searchValueSelectorRestartNG(CSint** variables, ValueSelector** selectors
   // Taken once: the contexts of every later run get the labels from `mark` on again.
   int mark = cs_saveContext();
   resetSearch();
-  SelectorSearch run = {._vars = variables,
-      ._selectors = selectors,
-      ._n = n,
-      ._findFreeVarIndex = findFreeVarIndex,
-      ._notify = notify ? notify : &emptyNotify,
-      ._noGoods = noGoods,
-      ._fails = 0,
-      ._nbFails = 0};
+  SelectorSearch run = newSearch(variables, selectors, n, findFreeVarIndex, notify, noGoods);
   int found;
   if (maxFails > 0)
     limit = smallerOf(limit, maxFails);
