@@ -108,8 +108,9 @@ int main(int argc, char** argv)
     return 0;
   }
   if (argc == 4 && strcmp(argv[1], "--time") == 0) {
-    run.seconds = atof(argv[2]);
-    if (run.seconds <= 0) {
+    char* end;
+    run.seconds = strtod(argv[2], &end);
+    if (*end || !(run.seconds > 0)) {
       fprintf(stderr, "ku-assign: --time takes a number of seconds above 0, not '%s'\n", argv[2]);
       return 2;
     }
@@ -129,7 +130,7 @@ int main(int argc, char** argv)
       printf("%d:%d ", i + 1, best[i] + 1);
     printf("\n%s: cost %d; ", outcome == KU_EXHAUSTED ? "optimal" : "stopped, the best so far", bestCost);
   }
-  printf("%d choice points, %d fails\n", run.choicePoints, run.nbFails);
+  printf("%lld choice points, %lld fails\n", run.choicePoints, run.nbFails);
   cs_end();
   return outcome == KU_DEADLINE ? 3 : outcome == KU_CANCELLED ? 130 : 0;
 }

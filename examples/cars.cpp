@@ -113,22 +113,21 @@ int main(int argc, char** argv)
     return badInput;
   startSolver("ku-cars", seconds);
   const bool possible = buildModel(plant);
-  const Outcome outcome = runSearch(files[0], [&] {
-    if (!possible)
-      return 0;
-    if (all)
-      return cs_findAll(car.data(), plant.cars, obedient<cs_findFreeVar>, [](CSint**, int) { orders++; });
-    return cs_search(car.data(), plant.cars, obedient<cs_findFreeVar>);
-  });
-  if (outcome.stop != Stop::none)
-    std::printf("%s; ", stoppedText(outcome).c_str());
-  else if (!all && outcome.found)
+  KuRun run = newRun(files[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible && all)
+    outcome = ku_findAll(&run, car.data(), plant.cars, cs_findFreeVar, [](CSint**, int) { orders++; });
+  else if (possible)
+    outcome = ku_search(&run, car.data(), plant.cars, cs_findFreeVar);
+  if (isStopped(outcome))
+    std::printf("%s; ", stoppedText(outcome));
+  else if (outcome == KU_SOLVED)
     print(plant);
   if (all)
     std::printf("%s; ", plural(orders, "order", "orders").c_str());
-  else if (outcome.stop == Stop::none)
-    std::printf("%s; ", outcome.found ? "found" : "there is no order");
-  std::printf("%s\n", outcome.cost().c_str());
+  else if (!isStopped(outcome))
+    std::printf("%s; ", outcome == KU_SOLVED ? "found" : "there is no order");
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

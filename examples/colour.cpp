@@ -251,17 +251,16 @@ static Model buildModel(const Graph& graph, std::vector<int> order, const std::v
 }
 
 // Searches for a colouring with `limit` colours and reads it into `colours`. All is undone at the end: the label finds
-// the right context, also under those that a solution or a cancelled search has left.
-static Outcome colourWith(const Model& model, int limit, Colours& colours)
+// the right context, also under those that a solution has left.
+static KuOutcome colourWith(KuRun& run, const Model& model, int limit, Colours& colours)
 {
-  Outcome outcome;
+  KuOutcome outcome = KU_EXHAUSTED;
   std::vector<CSint*> order = model.order;
   const auto n = static_cast<int>(order.size());
   const int label = cs_saveContext();
   if (std::all_of(order.begin(), order.end(), [&](CSint* v) { return cs_LE(v, limit); }))
-    outcome = runSearch("  " + plural(limit, "colour", "colours"),
-        [&] { return cs_search(order.data(), n, obedient<cs_findFreeVarNbElements>); });
-  if (outcome.found)
+    outcome = ku_search(&run, order.data(), n, cs_findFreeVarNbElements);
+  if (outcome == KU_SOLVED)
     std::transform(model.vertex.begin(), model.vertex.end(), colours.begin(), cs_getValue);
   cs_restoreContextUntil(label);
   return outcome;
@@ -270,8 +269,8 @@ static Outcome colourWith(const Model& model, int limit, Colours& colours)
 struct Bounds
 {
   int lower, upper;
-  Colours colours; // a colouring with `upper` colours
-  Stop stop = Stop::none;
+  Colours colours;                  // a colouring with `upper` colours
+  KuOutcome outcome = KU_EXHAUSTED; // of the last search
 };
 
 // Goes down from the greedy colouring until the bounds meet or the search is stopped.
@@ -287,20 +286,20 @@ static Bounds chromaticNumber(const Graph& graph)
     return bounds;
 
   const Model model = buildModel(graph, order, clique, bounds.upper);
-  while (bounds.lower < bounds.upper && bounds.stop == Stop::none) {
+  while (bounds.lower < bounds.upper && !isStopped(bounds.outcome)) {
     const int limit = bounds.upper - 1;
-    const Outcome outcome = colourWith(model, limit, bounds.colours);
-    const char* result = "none";
-    if (outcome.found) {
+    const std::string title = plural(limit, "colour", "colours");
+    KuRun run = newRun("  " + title);
+    bounds.outcome = colourWith(run, model, limit, bounds.colours);
+    const char* result = "stopped";
+    if (bounds.outcome == KU_SOLVED) {
       bounds.upper = limit;
       result = "found";
-    } else if (outcome.stop != Stop::none) {
-      bounds.stop = outcome.stop;
-      result = "stopped";
-    } else {
+    } else if (bounds.outcome == KU_EXHAUSTED) {
       bounds.lower = bounds.upper;
+      result = "none";
     }
-    std::printf("  %s: %s; %s\n", plural(limit, "colour", "colours").c_str(), result, outcome.cost().c_str());
+    std::printf("  %s: %s; %s\n", title.c_str(), result, cost(run).c_str());
     std::fflush(stdout);
   }
   return bounds;
@@ -348,13 +347,13 @@ static int colourFile(const std::string& file, double seconds, bool show)
   if (bounds.lower == bounds.upper)
     std::printf("optimal: %s, verified\n", plural(bounds.upper, "colour", "colours").c_str());
   else
-    std::printf("stopped (%s): from %d to %d colours, the colouring with %d verified\n", stopText(bounds.stop),
+    std::printf("%s: from %d to %d colours, the colouring with %d verified\n", stoppedText(bounds.outcome),
         bounds.lower, bounds.upper, bounds.upper);
   if (show)
     printColours(bounds.colours);
   std::printf("\n");
   std::fflush(stdout);
-  return worse(done, bounds.stop);
+  return worse(done, bounds.outcome);
 }
 
 int main(int argc, char** argv)
@@ -371,5 +370,5 @@ int main(int argc, char** argv)
   for (const std::string& file : files)
     if (!caughtSignal)
       status = std::max(status, colourFile(file, seconds, show));
-  return worse(status, Stop::none);
+  return worse(status, KU_EXHAUSTED);
 }

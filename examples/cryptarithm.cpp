@@ -74,7 +74,7 @@ static void show(CSint** digits, int)
   solutions++;
 }
 
-static Outcome solve()
+static KuOutcome solve(KuRun& run)
 {
   std::vector<CSint*> digits;
   std::vector<int> weights;
@@ -90,8 +90,9 @@ static Outcome solve()
   CSint* difference = cs_ScalProd(digits.data(), weights.data(), n);
   possible = possible && difference && cs_AllNeq(digits.data(), n) && cs_EQ(difference, 0);
   solutions = 0;
-  const Outcome outcome = runSearch(
-      puzzle.text, [&] { return possible && cs_findAll(digits.data(), n, obedient<cs_findFreeVarNbElements>, show); });
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_findAll(&run, digits.data(), n, cs_findFreeVarNbElements, show);
   // The arrays die here, and with them what was posted on them.
   cs_restoreContextUntil(label);
   return outcome;
@@ -112,11 +113,14 @@ int main(int argc, char** argv)
       status = std::max<int>(status, badInput);
       continue;
     }
-    const Outcome outcome = solve();
-    if (outcome.stop != Stop::none)
-      std::printf("%s, ", stoppedText(outcome).c_str());
-    std::printf("%s; %s\n", plural(solutions, "solution", "solutions").c_str(), outcome.cost().c_str());
-    status = worse(status, outcome.stop);
+    KuRun run = newRun(text);
+    const KuOutcome outcome = solve(run);
+    if (isStopped(outcome))
+      std::printf("%s, ", stoppedText(outcome));
+    std::printf("%s; %s\n", plural(solutions, "solution", "solutions").c_str(), cost(run).c_str());
+    status = worse(status, outcome);
+    if (caughtSignal)
+      break;
   }
   cs_end();
   return status;

@@ -70,25 +70,23 @@ int main(int argc, char** argv)
   startSolver("ku-golomb", seconds);
   // The shortest rulers are known to be shorter than marks^2 for far more marks than this program takes.
   const bool possible = shortest ? buildModel(marks, 0, marks * marks) : buildModel(marks, length, length);
-  const Outcome outcome = runSearch(words[0] + " marks", [&] {
-    if (!possible)
-      return 0;
-    if (shortest)
-      return cs_minimize(mark.data(), marks, obedient<cs_findFreeVar>, mark.back(), keep);
-    if (!cs_search(mark.data(), marks, obedient<cs_findFreeVar>))
-      return 0;
+  KuRun run = newRun(words[0] + " marks");
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible && shortest)
+    outcome = ku_minimize(&run, mark.data(), marks, cs_findFreeVar, mark.back(), keep);
+  else if (possible)
+    outcome = ku_search(&run, mark.data(), marks, cs_findFreeVar);
+  if (outcome == KU_SOLVED)
     keep(mark.data(), marks, nullptr);
-    return 1;
-  });
   for (const int m : ruler)
     std::printf("%d ", m);
-  if (outcome.stop != Stop::none)
-    std::printf("%s", stoppedText(outcome).c_str());
-  else if (!outcome.found)
+  if (isStopped(outcome))
+    std::printf("%s", stoppedText(outcome));
+  else if (!run.found)
     std::printf("there is none");
   else if (shortest)
     std::printf("is the shortest");
-  std::printf("\n%s\n", outcome.cost().c_str());
+  std::printf("\n%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

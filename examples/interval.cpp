@@ -43,22 +43,21 @@ int main(int argc, char** argv)
   const int n = arguments.toNumber("N", sizes[0], 1, 1000);
   startSolver("ku-interval", seconds);
   const bool possible = buildModel(n);
-  const Outcome outcome = runSearch(sizes[0] + " notes", [&] {
-    if (!possible)
-      return 0;
-    if (all)
-      return cs_findAll(note.data(), n, obedient<cs_findFreeVar>, [](CSint**, int) { series++; });
-    return cs_search(note.data(), n, obedient<cs_findFreeVarNbElements>);
-  });
-  if (outcome.stop != Stop::none)
-    std::printf("%s; ", stoppedText(outcome).c_str());
-  else if (!all && outcome.found)
+  KuRun run = newRun(sizes[0] + " notes");
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible && all)
+    outcome = ku_findAll(&run, note.data(), n, cs_findFreeVar, [](CSint**, int) { series++; });
+  else if (possible)
+    outcome = ku_search(&run, note.data(), n, cs_findFreeVarNbElements);
+  if (isStopped(outcome))
+    std::printf("%s; ", stoppedText(outcome));
+  else if (outcome == KU_SOLVED)
     cs_printf("%A\n", note.data(), n);
   if (all)
     std::printf("%lld series; ", series);
-  else if (outcome.stop == Stop::none)
-    std::printf("%s; ", outcome.found ? "found" : "there is none");
-  std::printf("%s\n", outcome.cost().c_str());
+  else if (!isStopped(outcome))
+    std::printf("%s; ", outcome == KU_SOLVED ? "found" : "there is none");
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

@@ -119,7 +119,6 @@ static bool buildModel(const Shop& shop, int latest, bool exact)
 // The two steps with the fewest places left, then the earliest start.
 static CSint* mostUrgent(CSint** variables, int n)
 {
-  lookAround();
   CSint* best = nullptr;
   long long fewest = 0;
   for (size_t i = 0; i < pairs.size(); i++) {
@@ -212,28 +211,26 @@ int main(int argc, char** argv)
   startSolver("ku-jobshop", seconds);
   const bool possible = buildModel(shop, latest, exact);
   const int n = static_cast<int>(decision.size());
-  const Outcome outcome = runSearch(files[0], [&] {
-    if (!possible)
-      return 0;
-    if (deadline < 0)
-      return cs_minimize(decision.data(), n, mostUrgent, end, keep);
-    if (!cs_search(decision.data(), n, mostUrgent))
-      return 0;
+  KuRun run = newRun(files[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible && deadline < 0)
+    outcome = ku_minimize(&run, decision.data(), n, mostUrgent, end, keep);
+  else if (possible)
+    outcome = ku_search(&run, decision.data(), n, mostUrgent);
+  if (outcome == KU_SOLVED)
     keep(decision.data(), n, end);
-    return 1;
-  });
   const bool found = bestEnd >= 0;
   if (found)
     print(shop);
-  if (outcome.stop != Stop::none)
-    std::printf("%s: ", stoppedText(outcome).c_str());
+  if (isStopped(outcome))
+    std::printf("%s: ", stoppedText(outcome));
   else if (found)
     std::printf("%s: ", deadline >= 0 ? "found" : exact ? "optimal" : "best");
   if (found)
     std::printf("ends at %d, %s; ", bestEnd, isSchedule(shop, latest) ? "verified" : "WRONG");
   else
-    std::printf("%s; ", outcome.stop == Stop::none ? "there is no schedule" : "no schedule so far");
-  std::printf("%s\n", outcome.cost().c_str());
+    std::printf("%s; ", isStopped(outcome) ? "no schedule so far" : "there is no schedule");
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

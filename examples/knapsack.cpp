@@ -89,26 +89,26 @@ static int solve(const std::string& file, const Knapsack& sack)
 
   std::vector<int> best;
   int bestValue = -1, bestWeight = 0;
-  Outcome outcome;
-  do {
-    const int label = cs_saveContext();
-    outcome = runSearch(file, [&] { return possible && cs_search(take.data(), n, obedient<cs_findFreeVar>); });
-    if (outcome.found) {
-      best.clear();
-      for (const CSint* t : take)
-        best.push_back(cs_getValue(t));
-      bestValue = cs_getValue(value);
-      bestWeight = cs_getValue(weight);
-    }
-    cs_restoreContextUntil(label);
-    possible = possible && cs_GT(value, bestValue);
-  } while (outcome.found);
+  KuRun run = {};
+  KuOutcome outcome = KU_EXHAUSTED;
+  while (possible) {
+    run = newRun(file);
+    outcome = ku_search(&run, take.data(), n, cs_findFreeVar);
+    if (outcome != KU_SOLVED)
+      break;
+    best.clear();
+    for (const CSint* t : take)
+      best.push_back(cs_getValue(t));
+    bestValue = cs_getValue(value);
+    bestWeight = cs_getValue(weight);
+    cs_restoreContextUntil(run.label);
+    possible = cs_GT(value, bestValue);
+  }
 
   show(sack, best);
-  std::printf("%s: worth %d with %d of %d carried; %s\n",
-      outcome.stop == Stop::none ? "optimal" : stoppedText(outcome).c_str(), bestValue, bestWeight, sack.capacity,
-      outcome.cost().c_str());
-  return worse(done, outcome.stop);
+  std::printf("%s: worth %d with %d of %d carried; %s\n", isStopped(outcome) ? stoppedText(outcome) : "optimal",
+      bestValue, bestWeight, sack.capacity, cost(run).c_str());
+  return worse(done, outcome);
 }
 
 int main(int argc, char** argv)

@@ -55,23 +55,22 @@ int main(int argc, char** argv)
   const int n = arguments.toNumber("N", sizes[0], 1, 100);
   startSolver("ku-magic", seconds);
   const bool possible = buildModel(n);
-  const Outcome outcome = runSearch("side " + sizes[0], [&] {
-    if (!possible)
-      return 0;
-    if (all)
-      return cs_findAll(cell.data(), n * n, obedient<cs_findFreeVar>, [](CSint**, int) { squares++; });
-    return cs_search(cell.data(), n * n, obedient<cs_findFreeVarNbElementsMin>);
-  });
-  if (outcome.stop != Stop::none)
-    std::printf("%s; ", stoppedText(outcome).c_str());
-  else if (!all && outcome.found)
+  KuRun run = newRun("side " + sizes[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible && all)
+    outcome = ku_findAll(&run, cell.data(), n * n, cs_findFreeVar, [](CSint**, int) { squares++; });
+  else if (possible)
+    outcome = ku_search(&run, cell.data(), n * n, cs_findFreeVarNbElementsMin);
+  if (isStopped(outcome))
+    std::printf("%s; ", stoppedText(outcome));
+  else if (outcome == KU_SOLVED)
     for (int i = 0; i < n * n; i++)
       std::printf("%4d%s", cs_getValue(cell[static_cast<size_t>(i)]), i % n == n - 1 ? "\n" : "");
   if (all)
     std::printf("%s; ", plural(squares, "magic square", "magic squares").c_str());
-  else if (outcome.stop == Stop::none)
-    std::printf("%s; ", outcome.found ? "found" : "there is none");
-  std::printf("%s\n", outcome.cost().c_str());
+  else if (!isStopped(outcome))
+    std::printf("%s; ", outcome == KU_SOLVED ? "found" : "there is none");
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

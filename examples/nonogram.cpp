@@ -164,18 +164,19 @@ int main(int argc, char** argv)
     return badInput;
   startSolver("ku-nonogram", seconds);
   const bool possible = buildModel(picture);
-  const Outcome outcome = runSearch(files[0], [&] {
-    return possible && cs_findAll(cell.data(), static_cast<int>(cell.size()), obedient<cs_findFreeVar>, keep);
-  });
+  KuRun run = newRun(files[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_findAll(&run, cell.data(), static_cast<int>(cell.size()), cs_findFreeVar, keep);
   for (size_t i = 0; i < first.size(); i++)
     std::printf("%s%s", first[i] ? "##" : "  ", (i + 1) % static_cast<size_t>(picture.width) == 0 ? "\n" : "");
-  if (outcome.stop != Stop::none)
-    std::printf("%s; ", stoppedText(outcome).c_str());
+  if (isStopped(outcome))
+    std::printf("%s; ", stoppedText(outcome));
   else
     std::printf("%s; ", pictures == 0   ? "there is no picture"
                         : pictures == 1 ? "the only picture"
                                         : "not the only picture");
-  std::printf("%s\n", outcome.cost().c_str());
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

@@ -76,13 +76,15 @@ int main(int argc, char** argv)
   CSint** column = cs_createCSintArray(n, 0, n - 1);
   cs_enableProfiler(profiler);
   const bool possible = better ? postArrays(column, n) : postPairs(column, n);
-  const Outcome outcome = runSearch(words[0] + " queens",
-      [&] { return possible && cs_findAll(column, n, obedient<cs_findFreeVar>, [](CSint**, int) { placements++; }); });
+  KuRun run = newRun(words[0] + " queens");
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_findAll(&run, column, n, cs_findFreeVar, [](CSint**, int) { placements++; });
   cs_disableProfiler(profiler);
-  if (outcome.stop != Stop::none)
-    std::printf("%s, ", stoppedText(outcome).c_str());
-  std::printf("%s; %s\n", plural(placements, "placement", "placements").c_str(), outcome.cost().c_str());
-  int status = worse(done, outcome.stop);
+  if (isStopped(outcome))
+    std::printf("%s, ", stoppedText(outcome));
+  std::printf("%s; %s\n", plural(placements, "placement", "placements").c_str(), cost(run).c_str());
+  int status = worse(done, outcome);
   FILE* report = std::fopen(words[1].c_str(), "w");
   if (report)
     cs_profilerWrite(profiler, report);

@@ -109,7 +109,6 @@ static bool buildModel(const Project& project)
 // The free start that may come first; of equals the first.
 static CSint* earliest(CSint** variables, int n)
 {
-  lookAround();
   CSint* best = nullptr;
   for (int i = 0; i < n; i++)
     if (!cs_isInstantiated(variables[i]) && (!best || cs_getMin(variables[i]) < cs_getMin(best)))
@@ -186,17 +185,18 @@ int main(int argc, char** argv)
     return badInput;
   startSolver("ku-project", seconds);
   const bool possible = buildModel(project);
-  const int n = static_cast<int>(start.size());
-  const Outcome outcome =
-      runSearch(files[0], [&] { return possible && cs_minimize(start.data(), n, earliest, finish, keep); });
+  KuRun run = newRun(files[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_minimize(&run, start.data(), static_cast<int>(start.size()), earliest, finish, keep);
   if (bestFinish < 0) {
-    std::printf("%s; ", outcome.stop == Stop::none ? "there is no schedule" : stoppedText(outcome).c_str());
+    std::printf("%s; ", isStopped(outcome) ? stoppedText(outcome) : "there is no schedule");
   } else {
     print(project);
-    std::printf("%s: %s, %s; ", outcome.stop == Stop::none ? "best" : stoppedText(outcome).c_str(),
+    std::printf("%s: %s, %s; ", isStopped(outcome) ? stoppedText(outcome) : "best",
         plural(bestFinish, "day", "days").c_str(), isSchedule(project) ? "verified" : "WRONG");
   }
-  std::printf("%s\n", outcome.cost().c_str());
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

@@ -53,7 +53,6 @@ static bool buildModel()
 
 static int fewestSymbols(CSint** cells, int n)
 {
-  lookAround();
   CSint* best = cs_findFreeVarNbElements(cells, n);
   return best ? static_cast<int>(std::find(cells, cells + n, best) - cells) : -1;
 }
@@ -92,20 +91,22 @@ int main(int argc, char** argv)
   if (!read(files[0]))
     return badInput;
   startSolver("ku-quasigroup", seconds);
-  const bool possible = buildModel();
   const int n = order * order;
-  const Outcome outcome =
-      runSearch(files[0], [&] { return possible && cs_searchCriteria(cell.data(), n, fewestSymbols, othersWith); });
-  if (outcome.stop != Stop::none) {
-    std::printf("%s; ", stoppedText(outcome).c_str());
-  } else if (outcome.found) {
+  const bool possible = buildModel();
+  KuRun run = newRun(files[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_searchCriteria(&run, cell.data(), n, fewestSymbols, othersWith);
+  if (isStopped(outcome)) {
+    std::printf("%s; ", stoppedText(outcome));
+  } else if (outcome == KU_SOLVED) {
     for (int i = 0; i < n; i++)
       std::printf("%4d%s", cs_getValue(cell[static_cast<size_t>(i)]), i % order == order - 1 ? "\n" : "");
     std::printf("completed, %s; ", isLatin() ? "verified" : "WRONG");
   } else {
     std::printf("can't be completed; ");
   }
-  std::printf("%s\n", outcome.cost().c_str());
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

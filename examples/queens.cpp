@@ -54,22 +54,21 @@ int main(int argc, char** argv)
   const int n = arguments.toNumber("N", sizes[0], 1, 2000);
   startSolver("ku-queens", seconds);
   const bool possible = buildModel(n);
-  const Outcome outcome = runSearch(sizes[0] + " queens", [&] {
-    if (!possible)
-      return 0;
-    if (all)
-      return cs_findAll(column.data(), n, obedient<cs_findFreeVar>, [](CSint**, int) { placements++; });
-    return cs_search(column.data(), n, obedient<cs_findFreeVarNbElementsMin>);
-  });
-  if (outcome.stop != Stop::none)
-    std::printf("%s; ", stoppedText(outcome).c_str());
-  else if (!all && outcome.found)
+  KuRun run = newRun(sizes[0] + " queens");
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible && all)
+    outcome = ku_findAll(&run, column.data(), n, cs_findFreeVar, [](CSint**, int) { placements++; });
+  else if (possible)
+    outcome = ku_search(&run, column.data(), n, cs_findFreeVarNbElementsMin);
+  if (isStopped(outcome))
+    std::printf("%s; ", stoppedText(outcome));
+  else if (outcome == KU_SOLVED)
     draw(n);
   if (all)
     std::printf("%s; ", plural(placements, "placement", "placements").c_str());
-  else if (outcome.stop == Stop::none)
-    std::printf("%s; ", outcome.found ? "placed" : "there is no placement");
-  std::printf("%s\n", outcome.cost().c_str());
+  else if (!isStopped(outcome))
+    std::printf("%s; ", outcome == KU_SOLVED ? "placed" : "there is no placement");
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

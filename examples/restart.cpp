@@ -72,7 +72,6 @@ static bool weighing = true;
 // The fewest values for its weight.
 static int mostPromising(CSint** variables, int n)
 {
-  lookAround();
   int best = -1;
   double least = 0;
   for (int i = 0; i < n; i++) {
@@ -140,22 +139,21 @@ int main(int argc, char** argv)
   SearchNotify* notify = cs_createSearchNotify(nullptr);
   cs_searchNotifySetSearchStart(notify, countRun);
   cs_searchNotifySetAfterValueSelection(notify, weigh);
-  const Outcome outcome = runSearch("seed " + std::to_string(seed), [&] {
-    if (!possible)
-      return 0;
-    if (plain)
-      return cs_searchValueSelectorFail(variable.data(), selectors.data(), n, mostPromising, 0, notify);
-    return cs_searchValueSelectorRestartNG(
-        variable.data(), selectors.data(), n, mostPromising, growingLimit, nullptr, 0, noGoods, notify);
-  });
+  KuRun run = newRun("seed " + std::to_string(seed));
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible && plain)
+    outcome = ku_searchValueSelector(&run, variable.data(), selectors.data(), n, mostPromising, notify);
+  else if (possible)
+    outcome = ku_searchRestart(
+        &run, variable.data(), selectors.data(), n, mostPromising, growingLimit, nullptr, noGoods, notify);
   std::printf("%d variables, %zu forbidden pairs\n", n, pairs.size());
-  if (outcome.stop != Stop::none)
-    std::printf("%s; ", stoppedText(outcome).c_str());
+  if (isStopped(outcome))
+    std::printf("%s; ", stoppedText(outcome));
   else
-    std::printf("%s; ", !outcome.found ? "no solution" : holds(pairs) ? "a solution, verified" : "WRONG");
+    std::printf("%s; ", outcome != KU_SOLVED ? "no solution" : holds(pairs) ? "a solution, verified" : "WRONG");
   std::printf("%s, %s; %s\n", plural(runs, "run", "runs").c_str(),
-      plural(cs_getNbNoGoods(noGoods), "no-good", "no-goods").c_str(), outcome.cost().c_str());
+      plural(cs_getNbNoGoods(noGoods), "no-good", "no-goods").c_str(), cost(run).c_str());
   cs_freeSearchNotify(notify);
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

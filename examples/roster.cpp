@@ -254,7 +254,6 @@ static std::vector<CSint**> dayRows;
 
 static int firstOpenDay(CSint*** matrix, int days, int nurses)
 {
-  lookAround();
   for (int day = 0; day < days; day++)
     if (cs_findFreeVar(matrix[day], nurses))
       return day;
@@ -272,11 +271,11 @@ static int change(int day, int nurse, int shift)
   return day > 0 && cs_getMin(dayRows[static_cast<size_t>(day) - 1][nurse]) == shift ? 0 : 1;
 }
 
-static int searchByDays(int days, int nurses)
+static KuOutcome searchByDays(KuRun& run, int days, int nurses)
 {
   for (int day = 0; day < days; day++)
     dayRows.push_back(shiftOf.data() + day * nurses);
-  return cs_searchMatrix(dayRows.data(), days, nurses, firstOpenDay, fewestShifts, change);
+  return ku_searchMatrix(&run, dayRows.data(), days, nurses, firstOpenDay, fewestShifts, change);
 }
 
 // Checked on the words, without the automaton's numbers.
@@ -327,17 +326,19 @@ int main(int argc, char** argv)
   startSolver("ku-roster", seconds);
   Automaton automaton = makeAutomaton(rules);
   const bool possible = buildModel(rules, automaton);
-  const Outcome outcome =
-      runSearch(files[0], [&] { return possible && searchByDays(rules.days, static_cast<int>(rules.nurses.size())); });
-  if (outcome.stop != Stop::none) {
-    std::printf("%s; ", stoppedText(outcome).c_str());
-  } else if (outcome.found) {
+  KuRun run = newRun(files[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = searchByDays(run, rules.days, static_cast<int>(rules.nurses.size()));
+  if (isStopped(outcome)) {
+    std::printf("%s; ", stoppedText(outcome));
+  } else if (outcome == KU_SOLVED) {
     print(rules);
     std::printf("found, %s; ", isRoster(rules) ? "verified" : "WRONG");
   } else {
     std::printf("there is no roster; ");
   }
-  std::printf("%s\n", outcome.cost().c_str());
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

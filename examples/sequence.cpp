@@ -52,11 +52,13 @@ int main(int argc, char** argv)
   const int n = arguments.toNumber("N", words[0], 1, 200);
   startSolver("ku-sequence", seconds);
   const bool possible = buildModel(n);
-  const Outcome outcome = runSearch(
-      "length " + words[0], [&] { return possible && cs_findAll(times.data(), n, obedient<cs_findFreeVar>, print); });
-  if (outcome.stop != Stop::none)
-    std::printf("%s; ", stoppedText(outcome).c_str());
-  std::printf("%s; %s\n", plural(sequences, "sequence", "sequences").c_str(), outcome.cost().c_str());
+  KuRun run = newRun("length " + words[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_findAll(&run, times.data(), n, cs_findFreeVar, print);
+  if (isStopped(outcome))
+    std::printf("%s; ", stoppedText(outcome));
+  std::printf("%s; %s\n", plural(sequences, "sequence", "sequences").c_str(), cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

@@ -80,16 +80,15 @@ static void keepSolution(CSint** cells, int n)
     cs_cancelSearch();
 }
 
-// Fills `solutions`. The context is restored by its label, since a cancelled driver leaves others above it.
-static Outcome solve(const Grid& clues, const Where& where)
+// Fills `solutions`.
+static KuOutcome solve(KuRun& run, const Grid& clues)
 {
-  Outcome outcome;
+  KuOutcome outcome = KU_EXHAUSTED;
   solutions.clear();
-  const int label = cs_saveContext();
+  cs_saveContext();
   if (setClues(clues))
-    outcome =
-        runSearch(where.text(), [] { return cs_findAll(cell, 81, obedient<cs_findFreeVarNbElements>, keepSolution); });
-  cs_restoreContextUntil(label);
+    outcome = ku_findAll(&run, cell, 81, cs_findFreeVarNbElements, keepSolution);
+  cs_restoreContext();
   return outcome;
 }
 
@@ -131,23 +130,20 @@ static std::string parse(const std::string& line, Grid& clues)
 struct Tally
 {
   int unique = 0, several = 0, none = 0, open = 0, malformed = 0;
-  Outcome sum;
+  KuRun sum = {};
   int status = done;
 
   int puzzles() const { return unique + several + none + open; }
 };
 
-static bool isCut(const Outcome& outcome)
-{
-  return outcome.stop != Stop::none || static_cast<int>(solutions.size()) >= wanted;
-}
+static bool isCut(KuOutcome outcome) { return isStopped(outcome) || static_cast<int>(solutions.size()) >= wanted; }
 
-static std::string verdict(const Outcome& outcome)
+static std::string verdict(KuOutcome outcome)
 {
   const auto found = static_cast<int>(solutions.size());
   const std::string count = plural(found, "solution", "solutions");
-  if (outcome.stop != Stop::none)
-    return std::string("stopped (") + stopText(outcome.stop) + "), " + count + " so far";
+  if (isStopped(outcome))
+    return std::string(stoppedText(outcome)) + ", " + count + " so far";
   if (found == 0)
     return "no solution";
   if (isCut(outcome))
@@ -181,14 +177,14 @@ static void printGrids(const Grid& clues)
   }
 }
 
-static void printLine(const Grid& clues, const Outcome& outcome)
+static void printLine(const Grid& clues, KuOutcome outcome)
 {
   for (int value : solutions.empty() ? clues : solutions.front())
     std::putchar(value ? '0' + value : '.');
-  std::printf(" %zu%s\n", solutions.size(), outcome.stop != Stop::none ? "?" : isCut(outcome) ? "+" : "");
+  std::printf(" %zu%s\n", solutions.size(), isStopped(outcome) ? "?" : isCut(outcome) ? "+" : "");
 }
 
-static void add(Tally& tally, const Outcome& outcome)
+static void add(Tally& tally, const KuRun& run, KuOutcome outcome)
 {
   if (solutions.size() > 1)
     tally.several++;
@@ -196,10 +192,10 @@ static void add(Tally& tally, const Outcome& outcome)
     tally.open++;
   else
     ++(solutions.empty() ? tally.none : tally.unique);
-  tally.sum.choicePoints += outcome.choicePoints;
-  tally.sum.fails += outcome.fails;
-  tally.sum.seconds += outcome.seconds;
-  tally.status = worse(tally.status, outcome.stop);
+  tally.sum.choicePoints += run.choicePoints;
+  tally.sum.nbFails += run.nbFails;
+  tally.sum.elapsed += run.elapsed;
+  tally.status = worse(tally.status, outcome);
 }
 
 static void printSummary(const Tally& tally)
@@ -209,7 +205,7 @@ static void printSummary(const Tally& tally)
   if (tally.open)
     std::printf(", %d undecided", tally.open);
   std::printf(
-      "; %s; %s\n", plural(tally.malformed, "malformed line", "malformed lines").c_str(), tally.sum.cost().c_str());
+      "; %s; %s\n", plural(tally.malformed, "malformed line", "malformed lines").c_str(), cost(tally.sum).c_str());
 }
 
 /* ---------------------------------------------------------------------------------------------------------------------
@@ -233,8 +229,9 @@ static void solveAll(std::istream& in, const std::string& file, double seconds, 
       continue;
     }
     setTimeLimit(seconds);
-    const Outcome outcome = solve(clues, where);
-    add(tally, outcome);
+    KuRun run = newRun(where.text());
+    const KuOutcome outcome = solve(run, clues);
+    add(tally, run, outcome);
     if (asLines) {
       printLine(clues, outcome);
       continue;
@@ -242,7 +239,7 @@ static void solveAll(std::istream& in, const std::string& file, double seconds, 
     std::printf("%s: %s\n", where.text().c_str(),
         plural(81 - std::count(clues.begin(), clues.end(), 0), "clue", "clues").c_str());
     printGrids(clues);
-    std::printf("%s; %s\n\n", verdict(outcome).c_str(), outcome.cost().c_str());
+    std::printf("%s; %s\n\n", verdict(outcome).c_str(), cost(run).c_str());
     std::fflush(stdout);
   }
   if (in.bad() && !caughtSignal) {
@@ -283,5 +280,5 @@ int main(int argc, char** argv)
   if (!asLines)
     printSummary(tally);
   cs_end();
-  return worse(tally.status, Stop::none);
+  return worse(tally.status, KU_EXHAUSTED);
 }

@@ -2,16 +2,16 @@
  * support.h: what the example programs share, so that each of them can be about its problem.
  *
  *   Arguments     the command line: flags, options with a value, files
- *   startSolver   cs_init, Ctrl-C and a time limit
- *   runSearch     runs a search driver that obeys Ctrl-C and a time limit, counts, and shows progress on a terminal
- *   obedient      makes a variable selector of the library one that runSearch can watch through
  *   Where         the place in an input file that a message is about
  *   Numbers       reads a file of whole numbers
+ *   startSolver   cs_init, with Ctrl-C and a time limit for all runs of ku_run.h
+ *   newRun        a run within that limit, which shows its progress on a terminal; cost tells what it took
  *
  * All examples share these exit statuses; where several apply, the largest counts:
  *
  *     0   done
- *     1   an input was missing or malformed (the others were worked on all the same), or memory ran out
+ *     1   an input was missing or malformed (the others were worked on all the same), the output couldn't be written,
+ *         or memory ran out
  *     2   the command line was wrong
  *     3   a time limit ended a search: the answer isn't proved
  *     128 + n   signal n ended the run: 130 after Ctrl-C
@@ -35,7 +35,7 @@
 #include <utility>
 #include <vector>
 
-#include <ku.h>
+#include <ku_run.h>
 
 namespace example {
 
@@ -53,6 +53,12 @@ public:
   Arguments(int argc, char** argv, const char* program, const char* usage) : _program(program)
   {
     _words.assign(argv + std::min(argc, 1), argv + argc);
+    std::atexit([] {
+      if (std::fflush(stdout) || std::ferror(stdout)) {
+        std::perror("standard output");
+        _exit(badInput);
+      }
+    });
     if (flag("--help")) {
       std::fputs(usage, stdout);
       std::exit(done);
@@ -245,112 +251,39 @@ inline std::string plural(long long count, const char* one, const char* many)
 }
 
 /* ---------------------------------------------------------------------------------------------------------------------
- * Running a search
+ * Around the runs of ku_run.h
  * ------------------------------------------------------------------------------------------------------------------ */
 
 using Clock = std::chrono::steady_clock;
 
-inline double secondsSince(Clock::time_point start)
-{
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-enum class Stop { none, timeLimit, interrupt };
-
-// What a search came to. With `found` 0 and nothing that stopped it, there is no solution.
-struct Outcome
-{
-  bool found = false;
-  Stop stop = Stop::none;
-  uint64_t choicePoints = 0;
-  uint64_t fails = 0;
-  double seconds = 0;
-
-  // "123 choice points, 45 fails, 0.006 s"
-  std::string cost() const
-  {
-    char text[120];
-    std::snprintf(text, sizeof text, "%s, %s, %.3f s",
-        plural(static_cast<long long>(choicePoints), "choice point", "choice points").c_str(),
-        plural(static_cast<long long>(fails), "fail", "fails").c_str(), seconds);
-    return text;
-  }
-};
-
 inline volatile std::sig_atomic_t caughtSignal = 0;
 
-inline const char* stopText(Stop stop)
-{
-  return stop == Stop::timeLimit ? "time limit" : stop == Stop::interrupt ? "interrupted" : "";
-}
-
-// From here on Ctrl-C and a termination signal only raise a flag; the same signal a second time ends the process.
-// Without SA_RESTART a read from a terminal comes back, too, when the signal arrives.
+// From here on Ctrl-C and a termination signal stop the run at work or the next one; the same signal a second time ends
+// the process. Without SA_RESTART a read from a terminal comes back, too, when the signal arrives.
 inline void catchInterrupts()
 {
   struct sigaction action = {};
-  action.sa_handler = [](int number) { caughtSignal = number; };
+  action.sa_handler = [](int number) {
+    caughtSignal = number;
+    ku_cancel();
+  };
   action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
 }
 
-inline std::string stoppedText(const Outcome& outcome)
-{
-  return std::string("stopped (") + stopText(outcome.stop) + ')';
-}
+inline Clock::time_point timeIsUp = Clock::time_point::max();
 
-inline int worse(int status, Stop stop)
-{
-  if (caughtSignal)
-    return std::max(status, signalled + static_cast<int>(caughtSignal));
-  return stop == Stop::timeLimit ? std::max<int>(status, outOfTime) : status;
-}
-
-// A selector has no argument of its own, so what it watches stands at file level. One search runs at a time.
-struct Watch
-{
-  std::string title; // shown in front of the progress
-  Clock::time_point start;
-  Clock::time_point deadline = Clock::time_point::max();
-  Clock::time_point nextReport;
-  uint32_t seenChoicePoints = 0;
-  uint32_t seenFails = 0;
-  bool onTerminal = false;
-  Outcome outcome;
-};
-inline Watch watch;
-
-// All searches from now on share this limit; 0 is none.
+// All runs from now on share this limit, and so does the building of their models; 0 is none.
 inline void setTimeLimit(double seconds)
 {
-  watch.deadline =
-      seconds > 0 ? Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds))
-                  : Clock::time_point::max();
+  timeIsUp = seconds > 0
+                 ? Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds))
+                 : Clock::time_point::max();
 }
 
-// The library's counters have 32 bits and wrap, which a search of an hour can reach: the steps are summed in 64.
-inline void followCounters()
-{
-  const auto choicePoints = static_cast<uint32_t>(cs_getNbChoicePoints());
-  const auto fails = static_cast<uint32_t>(cs_getNbFails());
-  watch.outcome.choicePoints += choicePoints - watch.seenChoicePoints;
-  watch.outcome.fails += fails - watch.seenFails;
-  watch.seenChoicePoints = choicePoints;
-  watch.seenFails = fails;
-}
-
-inline void showProgress(Clock::time_point now)
-{
-  if (!watch.onTerminal || now < watch.nextReport)
-    return;
-  watch.nextReport = now + std::chrono::milliseconds(200);
-  watch.outcome.seconds = secondsSince(watch.start);
-  std::fprintf(stderr, "\r%s: %s\033[K", watch.title.c_str(), watch.outcome.cost().c_str());
-}
-
-// Starts the solver, and has it obey Ctrl-C and the time limit from now on.
+// Starts the solver, and has the runs obey Ctrl-C and the time limit.
 inline void startSolver(const char* program, double seconds)
 {
   cs_init();
@@ -360,47 +293,49 @@ inline void startSolver(const char* program, double seconds)
   setTimeLimit(seconds);
 }
 
-// Called at every level of a search. The request to stop goes to the driver here and not in the signal handler: a
-// driver clears requests on entry, and so one that a handler made just before would be lost.
-inline void lookAround()
+// "123 choice points, 45 fails, 0.006 s"
+inline std::string cost(const KuRun& run)
 {
-  followCounters();
-  const Clock::time_point now = Clock::now();
+  char seconds[40];
+  std::snprintf(seconds, sizeof seconds, "%.3f s", run.elapsed);
+  return plural(run.choicePoints, "choice point", "choice points") + ", " + plural(run.nbFails, "fail", "fails") +
+         ", " + seconds;
+}
+
+inline std::string progressTitle;
+
+inline void showProgress(KuRun* run)
+{
+  const std::string text = run->atWork ? progressTitle + ": " + cost(*run) : "";
+  std::fprintf(stderr, "\r%s\033[K", text.c_str());
+}
+
+// A run for what is left of the time limit; on a terminal it shows its progress behind the title.
+inline KuRun newRun(std::string title)
+{
+  KuRun run = {};
+  if (timeIsUp != Clock::time_point::max())
+    run.seconds = std::max(std::chrono::duration<double>(timeIsUp - Clock::now()).count(), 1e-9); // 0 would be no limit
+  if (isatty(STDERR_FILENO) == 1)
+    run.progress = showProgress;
+  progressTitle = std::move(title);
+  return run;
+}
+
+// Was the run stopped from outside, so that its answer isn't proved? A callback that has seen enough may cancel as
+// well.
+inline bool isStopped(KuOutcome outcome) { return outcome == KU_DEADLINE || (outcome == KU_CANCELLED && caughtSignal); }
+
+inline const char* stoppedText(KuOutcome outcome)
+{
+  return outcome == KU_DEADLINE ? "stopped (time limit)" : "stopped (interrupted)";
+}
+
+inline int worse(int status, KuOutcome outcome)
+{
   if (caughtSignal)
-    watch.outcome.stop = Stop::interrupt;
-  else if (now >= watch.deadline)
-    watch.outcome.stop = Stop::timeLimit;
-  if (watch.outcome.stop != Stop::none)
-    cs_cancelSearch();
-  showProgress(now);
-}
-
-// For drivers under runSearch: cs_search(variables, n, obedient<cs_findFreeVarNbElements>).
-template <CSfindFreeVar choose>
-CSint* obedient(CSint** variables, int n)
-{
-  lookAround();
-  return choose(variables, n);
-}
-
-// Runs `driver`, a call of a search driver with an obedient selector. Contexts are left to the caller.
-template <class Driver>
-Outcome runSearch(std::string title, Driver driver)
-{
-  watch.title = std::move(title);
-  watch.start = Clock::now();
-  watch.onTerminal = isatty(STDERR_FILENO) == 1;
-  watch.nextReport = watch.start + std::chrono::milliseconds(200);
-  watch.seenChoicePoints = watch.seenFails = 0;
-  watch.outcome = {};
-  // A driver that isn't entered, as no solution is left before, would leave the counters of the last one.
-  cs_search(nullptr, 0, cs_findFreeVar);
-  watch.outcome.found = driver() != 0;
-  followCounters();
-  watch.outcome.seconds = secondsSince(watch.start);
-  if (watch.onTerminal)
-    std::fputs("\r\033[K", stderr);
-  return watch.outcome;
+    return std::max(status, signalled + static_cast<int>(caughtSignal));
+  return outcome == KU_DEADLINE ? std::max<int>(status, outOfTime) : status;
 }
 
 } // namespace example

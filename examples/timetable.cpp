@@ -192,31 +192,31 @@ static int solve(const std::string& file, const Day& day)
   CSint* sum = cs_Sigma(granted.data(), wishes);
   Table best;
   int count = -1;
-  Outcome outcome;
-  do {
-    const int label = cs_saveContext();
-    outcome =
-        runSearch(file, [&] { return possible && cs_search(hour.data(), n, obedient<cs_findFreeVarNbElements>); });
-    if (outcome.found) {
-      best = {};
-      for (const CSint* h : hour)
-        best.hours.push_back(cs_getValue(h));
-      for (const CSint* g : granted)
-        best.granted.push_back(cs_getValue(g) != 0);
-      count = cs_getValue(sum);
-    }
-    cs_restoreContextUntil(label);
-    possible = possible && cs_GT(sum, count);
-  } while (outcome.found);
+  KuRun run = {};
+  KuOutcome outcome = KU_EXHAUSTED;
+  while (possible) {
+    run = newRun(file);
+    outcome = ku_search(&run, hour.data(), n, cs_findFreeVarNbElements);
+    if (outcome != KU_SOLVED)
+      break;
+    best = {};
+    for (const CSint* h : hour)
+      best.hours.push_back(cs_getValue(h));
+    for (const CSint* g : granted)
+      best.granted.push_back(cs_getValue(g) != 0);
+    count = cs_getValue(sum);
+    cs_restoreContextUntil(run.label);
+    possible = cs_GT(sum, count);
+  }
 
   if (count < 0) {
-    std::printf("%s\n", outcome.stop == Stop::none ? "there is no timetable" : stoppedText(outcome).c_str());
-    return worse(outcome.stop == Stop::none ? badInput : done, outcome.stop);
+    std::printf("%s\n", isStopped(outcome) ? stoppedText(outcome) : "there is no timetable");
+    return worse(isStopped(outcome) ? done : badInput, outcome);
   }
   show(day, best);
-  std::printf("%s: %d of %s granted; %s\n", outcome.stop == Stop::none ? "optimal" : stoppedText(outcome).c_str(),
-      count, plural(wishes, "wish", "wishes").c_str(), outcome.cost().c_str());
-  return worse(done, outcome.stop);
+  std::printf("%s: %d of %s granted; %s\n", isStopped(outcome) ? stoppedText(outcome) : "optimal", count,
+      plural(wishes, "wish", "wishes").c_str(), cost(run).c_str());
+  return worse(done, outcome);
 }
 
 int main(int argc, char** argv)

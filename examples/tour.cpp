@@ -98,19 +98,19 @@ int main(int argc, char** argv)
     return badInput;
   startSolver("ku-tour", seconds);
   const bool possible = buildModel(distances);
-  const Outcome outcome = runSearch(files[0], [&] {
-    return possible &&
-           cs_minimize(place.data(), static_cast<int>(place.size()), obedient<cs_findFreeVarNbElements>, length, keep);
-  });
+  KuRun run = newRun(files[0]);
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_minimize(&run, place.data(), static_cast<int>(place.size()), cs_findFreeVarNbElements, length, keep);
   if (shortest < 0) {
-    std::printf("%s; ", outcome.stop == Stop::none ? "there is no tour" : stoppedText(outcome).c_str());
+    std::printf("%s; ", isStopped(outcome) ? stoppedText(outcome) : "there is no tour");
   } else {
     for (const int city : tour)
       std::printf("%d ", city);
-    std::printf("\n%s: length %d, %s; ", outcome.stop == Stop::none ? "optimal" : stoppedText(outcome).c_str(),
-        shortest, isTour(distances) ? "verified" : "WRONG");
+    std::printf("\n%s: length %d, %s; ", isStopped(outcome) ? stoppedText(outcome) : "optimal", shortest,
+        isTour(distances) ? "verified" : "WRONG");
   }
-  std::printf("%s\n", outcome.cost().c_str());
+  std::printf("%s\n", cost(run).c_str());
   cs_end();
-  return worse(done, outcome.stop);
+  return worse(done, outcome);
 }

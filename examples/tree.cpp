@@ -51,7 +51,6 @@ static int countPlacement(int level, CSint**, int, void*)
 
 static int firstFree(CSint** columns, int n)
 {
-  lookAround();
   CSint* v = cs_findFreeVar(columns, n);
   return v ? static_cast<int>(std::find(columns, columns + n, v) - columns) : -1;
 }
@@ -140,10 +139,12 @@ int main(int argc, char** argv)
   SearchNotify* notify = cs_createSearchNotify(nullptr);
   cs_searchNotifySetAfterValueSelection(notify, addNode);
   cs_searchNotifySetFound(notify, countPlacement);
-  const Outcome outcome = runSearch(words[0] + " queens",
-      [&] { return possible && cs_searchValueSelectorFail(column.data(), selectors.data(), n, firstFree, 0, notify); });
+  KuRun run = newRun(words[0] + " queens");
+  KuOutcome outcome = KU_EXHAUSTED;
+  if (possible)
+    outcome = ku_searchValueSelector(&run, column.data(), selectors.data(), n, firstFree, notify);
   cs_freeSearchNotify(notify);
-  int status = worse(done, outcome.stop);
+  int status = worse(done, outcome);
   FILE* page = std::fopen(words[1].c_str(), "w");
   if (page)
     draw(page);
@@ -151,8 +152,8 @@ int main(int argc, char** argv)
     complain({words[1]}, "can't be written");
     status = std::max<int>(status, badInput);
   }
-  if (outcome.stop != Stop::none)
-    std::printf("%s: ", stoppedText(outcome).c_str());
+  if (isStopped(outcome))
+    std::printf("%s: ", stoppedText(outcome));
   std::printf("%s, %s, %s\n", plural(static_cast<long long>(tree.size()) - 1, "decision", "decisions").c_str(),
       plural(failures, "failure", "failures").c_str(), plural(placements, "placement", "placements").c_str());
   cs_end();
