@@ -22,7 +22,7 @@ static const char usage[] =
     "Exit status: 0 done, 1 the file was missing or malformed, 2 wrong usage, 3 time limit, 130\n"
     "Ctrl-C.\n";
 
-static int size, cost[most][most];
+static int size, cost[most][most], missing = 1; /* numbers of the file */
 static CSint* job[most];
 static int best[most], bestCost;
 
@@ -35,41 +35,46 @@ static int complain(const char* file, int line, const char* message)
   return 0;
 }
 
+/* Reads the numbers of a line behind those that have been read. Returns what is wrong with it, or NULL. */
+static const char* readLine(char* at)
+{
+  static int nbRead = -1; /* the size is the first */
+  char* end;
+  long value;
+  for (; value = strtol(at, &end, 10), end != at; at = end) {
+    if (nbRead < 0 ? value < 1 || value > most : value < 0 || value > 1000000 || nbRead == size * size)
+      return "a number that can't stand here";
+    if (nbRead < 0)
+      size = (int)value;
+    else
+      cost[nbRead / size][nbRead % size] = (int)value;
+    nbRead++;
+    missing = size * size - nbRead;
+  }
+  return at[strspn(at, " \t\r\n")] ? "expected whole numbers" : NULL;
+}
+
 static int readCosts(const char* file)
 {
-  char text[4096];
-  int line = 0, read = -1; /* the size, then the costs */
+  static char text[65536];
+  const char* wrong = NULL;
+  int line = 0;
   FILE* in = fopen(file, "r");
   if (!in)
     return complain(file, 0, "can't be opened");
-  while (fgets(text, sizeof text, in)) {
-    char* at = text;
+  while (!wrong && fgets(text, sizeof text, in)) {
     line++;
-    if (text[0] == '#')
-      continue;
-    for (;;) {
-      char* end;
-      long value = strtol(at, &end, 10);
-      if (end == at)
-        break;
-      at = end;
-      if (read < 0 ? value < 1 || value > most : value < 0 || value > 1000000 || read == size * size) {
-        fclose(in);
-        return complain(file, line, "a number that can't stand here");
-      }
-      if (read < 0)
-        size = (int)value;
-      else
-        cost[read / size][read % size] = (int)value;
-      read++;
-    }
-    if (at[strspn(at, " \t\r\n")]) {
-      fclose(in);
-      return complain(file, line, "expected whole numbers");
-    }
+    if (strlen(text) == sizeof text - 1)
+      wrong = "the line is too long";
+    else if (text[0] != '#')
+      wrong = readLine(text);
+  }
+  if (!wrong && (ferror(in) || missing)) {
+    line = 0;
+    wrong = ferror(in) ? "can't be read" : "ends too early";
   }
   fclose(in);
-  return read == size * size && size > 0 ? 1 : complain(file, 0, "ends too early");
+  return wrong ? complain(file, line, wrong) : 1;
 }
 
 static CSint* buildModel(void)
@@ -121,6 +126,10 @@ int main(int argc, char** argv)
   if (!readCosts(argv[argc - 1]))
     return 1;
   cs_init();
+  if (cs_getErr()) {
+    fputs("ku-assign: out of memory\n", stderr);
+    return 1;
+  }
   signal(SIGINT, onInterrupt);
   total = buildModel();
   if (total)
@@ -129,8 +138,14 @@ int main(int argc, char** argv)
     for (i = 0; i < size; i++)
       printf("%d:%d ", i + 1, best[i] + 1);
     printf("\n%s: cost %d; ", outcome == KU_EXHAUSTED ? "optimal" : "stopped, the best so far", bestCost);
+  } else {
+    printf("stopped; ");
   }
   printf("%lld choice points, %lld fails\n", run.choicePoints, run.nbFails);
   cs_end();
+  if (fflush(stdout) || ferror(stdout)) {
+    perror("standard output");
+    return 1;
+  }
   return outcome == KU_DEADLINE ? 3 : outcome == KU_CANCELLED ? 130 : 0;
 }

@@ -14,7 +14,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -155,6 +154,14 @@ static void serve()
   }
 }
 
+// The number that a word stands for, or -1.
+static int number(const std::string& word)
+{
+  char* end;
+  const long value = std::strtol(word.c_str(), &end, 10);
+  return *end || value < 0 || value > 1000 ? -1 : static_cast<int>(value);
+}
+
 int main(int argc, char** argv)
 {
   MPI_Init(&argc, &argv);
@@ -164,8 +171,8 @@ int main(int argc, char** argv)
   const std::vector<std::string> words(argv + (argc > 0), argv + argc);
   const bool help = words.size() == 1 && words[0] == "--help";
   const bool cut = words.size() == 3 && words[0] == "--depth";
-  const int marks = words.size() == 1 || cut ? std::atoi(words.back().c_str()) : 0;
-  const int depth = cut ? std::atoi(words[1].c_str()) : 2;
+  const int marks = words.size() == 1 || cut ? number(words.back()) : -1;
+  const int depth = cut ? number(words[1]) : 2;
   if (help || marks < 3 || marks > 16 || depth < 0 || depth >= marks) {
     if (rank == 0)
       std::fputs(usage, help ? stdout : stderr);

@@ -14,8 +14,9 @@ using namespace example;
 
 static const char usage[] =
     "Usage: ku-jobshop [OPTION]... FILE\n"
-    "Finds a schedule for the job shop in FILE that ends as early as can be. FILE holds whole numbers: jobs, machines\n"
-    "and, for each step of each job in its order, a machine from 0 on and a duration.\n"
+    "Finds a schedule for the job shop in FILE that ends as early as can be. FILE holds whole\n"
+    "numbers: jobs, machines and, for each step of each job in its order, a machine from 0 on\n"
+    "and a duration.\n"
     "\n"
     "  --deadline END   any schedule that ends by END\n"
     "  --exact          without cs_Disjunctive, which may pass over a schedule\n"

@@ -5,9 +5,6 @@
  * filling, then for one that is worth more, and so on until there is none: each bound is posted with cs_GT for good,
  * and each search runs in a context of its own.
  */
-#include <fstream>
-#include <sstream>
-
 #include "support.h"
 
 using namespace example;
@@ -40,8 +37,7 @@ static bool readLine(const std::string& line, Knapsack& sack)
   std::istringstream words(line);
   std::string kind, name, rest;
   int weight = 0, value = 0;
-  if (!(words >> kind) || kind[0] == '#')
-    return true;
+  words >> kind;
   if (kind == "capacity")
     return sack.capacity < 0 && words >> sack.capacity && sack.capacity >= 0 && !(words >> rest);
   if (kind != "item" || !(words >> name >> weight >> value) || words >> rest)
@@ -56,15 +52,13 @@ static bool readLine(const std::string& line, Knapsack& sack)
 
 static bool read(const std::string& file, Knapsack& sack)
 {
-  std::ifstream in(file);
-  if (!in)
-    return complain({file}, "can't be opened"), false;
-  std::string line;
-  for (int number = 1; std::getline(in, line); number++)
-    if (!readLine(line, sack))
-      return complain({file, number}, "expected one 'capacity C', or up to 2000 lines 'item NAME WEIGHT VALUE' with "
-                                      "numbers from 0 to a million"),
-             false;
+  const bool good = readLines(file, [&](const std::string& line) {
+    return readLine(line, sack) ? ""
+                                : "expected one 'capacity C', or up to 2000 lines 'item NAME WEIGHT VALUE' with "
+                                  "numbers from 0 to a million";
+  });
+  if (!good)
+    return false;
   if (sack.capacity < 0)
     return complain({file}, "has no capacity"), false;
   return true;
@@ -89,11 +83,12 @@ static int solve(const std::string& file, const Knapsack& sack)
 
   std::vector<int> best;
   int bestValue = -1, bestWeight = 0;
-  KuRun run = {};
+  KuRun sum = {};
   KuOutcome outcome = KU_EXHAUSTED;
   while (possible) {
-    run = newRun(file);
+    KuRun run = newRun(file);
     outcome = ku_search(&run, take.data(), n, cs_findFreeVar);
+    addCost(sum, run);
     if (outcome != KU_SOLVED)
       break;
     best.clear();
@@ -107,7 +102,7 @@ static int solve(const std::string& file, const Knapsack& sack)
 
   show(sack, best);
   std::printf("%s: worth %d with %d of %d carried; %s\n", isStopped(outcome) ? stoppedText(outcome) : "optimal",
-      bestValue, bestWeight, sack.capacity, cost(run).c_str());
+      bestValue, bestWeight, sack.capacity, cost(sum).c_str());
   return worse(done, outcome);
 }
 

@@ -55,31 +55,29 @@ static std::string readClue(const std::string& line, int length, Clue& clue)
 
 static bool read(const std::string& file, Picture& picture)
 {
-  std::ifstream in(file);
-  if (!in)
-    return complain({file}, "can't be opened"), false;
   std::vector<Clue>* part = nullptr;
-  std::string line, word;
-  for (int number = 1; std::getline(in, line); number++) {
+  const bool good = readLines(file, [&](const std::string& line) -> std::string {
     std::istringstream words(line);
-    if (!(words >> word) || word[0] == '#')
-      continue;
-    std::string wrong;
+    std::string word, rest;
+    words >> word;
     if (word == "width" || word == "height") {
       int& size = word == "width" ? picture.width : picture.height;
-      if (!(words >> size) || size < 1 || size > 200)
-        wrong = "expected a size from 1 to 200";
-    } else if (word == "rows" || word == "columns") {
-      part = word == "rows" ? &picture.rows : &picture.columns;
-    } else if (!part) {
-      wrong = "expected width, height, rows or columns";
-    } else {
-      part->emplace_back();
-      wrong = readClue(line, part == &picture.rows ? picture.width : picture.height, part->back());
+      const bool told = words >> size && size >= 1 && size <= 200 && !(words >> rest);
+      return told ? "" : "expected a size from 1 to 200";
     }
-    if (!wrong.empty())
-      return complain({file, number}, wrong), false;
-  }
+    if (word == "rows" || word == "columns") {
+      part = word == "rows" ? &picture.rows : &picture.columns;
+      return words >> rest ? "expected the clues in lines of their own" : "";
+    }
+    if (!part)
+      return "expected width, height, rows or columns";
+    part->emplace_back();
+    return readClue(line, part == &picture.rows ? picture.width : picture.height, part->back());
+  });
+  if (!good)
+    return false;
+  if (!picture.width || !picture.height)
+    return complain({file}, "needs a width and a height"), false;
   if (picture.rows.size() != static_cast<size_t>(picture.height) ||
       picture.columns.size() != static_cast<size_t>(picture.width))
     return complain({file}, "needs a clue for each row and each column"), false;

@@ -15,7 +15,8 @@ using namespace example;
 
 static const char usage[] =
     "Usage: ku-profile [OPTION]... N REPORT\n"
-    "Counts the placements of N queens, and writes into the file REPORT how often which constraint was called.\n"
+    "Counts the placements of N queens, and writes into the file REPORT how often which\n"
+    "constraint was called.\n"
     "\n"
     "  --better         with three constraints in place of one for each pair\n"
     "  --call-sites     name the constraints by their place in this program\n"

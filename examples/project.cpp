@@ -66,22 +66,17 @@ static std::string readTask(std::istringstream& words, Project& project)
 
 static bool read(const std::string& file, Project& project)
 {
-  std::ifstream in(file);
-  if (!in)
-    return complain({file}, "can't be opened"), false;
-  std::string line;
-  for (int number = 1; std::getline(in, line); number++) {
+  const bool good = readLines(file, [&](const std::string& line) -> std::string {
     std::istringstream words(line);
-    std::string kind, wrong, rest;
-    if (!(words >> kind) || kind[0] == '#')
-      continue;
+    std::string kind, rest;
+    words >> kind;
     if (kind == "task")
-      wrong = readTask(words, project);
-    else if (kind != "capacity" || !(words >> project.capacity) || project.capacity < 1 || words >> rest)
-      wrong = "expected 'capacity N' or a task";
-    if (!wrong.empty())
-      return complain({file, number}, wrong), false;
-  }
+      return readTask(words, project);
+    const bool told = kind == "capacity" && words >> project.capacity && project.capacity >= 1 && !(words >> rest);
+    return told ? "" : "expected 'capacity N' or a task";
+  });
+  if (!good)
+    return false;
   if (!project.capacity || project.tasks.empty())
     return complain({file}, "needs a capacity and at least one task"), false;
   return true;

@@ -17,8 +17,8 @@ using namespace example;
 
 static const char usage[] =
     "Usage: ku-report [OPTION]... [FILE]...\n"
-    "Prints the rows of profiler reports, those that cost most first. Without a FILE, or with -, reads standard "
-    "input.\n"
+    "Prints the rows of profiler reports, those that cost most first. Without a FILE, or with -,\n"
+    "reads standard input.\n"
     "\n"
     "  --by KEY      sort by calls (the default), failures or where\n"
     "  --top N       print the first N rows only\n"

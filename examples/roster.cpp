@@ -5,8 +5,8 @@
  * state is the shift of the day before, the length of its run so far and the days of work so far, and each nurse's days
  * spell a word of it (cs_Regular). Each day has so many of each shift (cs_OccurConstraints).
  *
- * --steady shows the search over a matrix: day by day, those with the fewest shifts left first, each with the shift of
- * the day before if that may be.
+ * The search goes over a matrix: day by day, those with the fewest shifts left first, each with the shift of the day
+ * before if that may be.
  *
  * Runs at the two ends of the period may have begun before it or go on behind it, so only their longest length is kept.
  */
@@ -69,7 +69,9 @@ struct Rules
 
 static bool readRun(std::istringstream& words, Run& run)
 {
-  return words >> run.least >> run.most && 1 <= run.least && run.least <= run.most && run.most <= 100;
+  std::string rest;
+  return words >> run.least >> run.most && 1 <= run.least && run.least <= run.most && run.most <= 100 &&
+         !(words >> rest);
 }
 
 static std::string readNeed(std::istringstream& words, const std::string& name, Rules& rules)
@@ -80,9 +82,12 @@ static std::string readNeed(std::istringstream& words, const std::string& name, 
   rules.runs.emplace_back();
   rules.need.emplace_back();
   rules.mayNotFollow.emplace_back();
+  std::vector<int>& need = rules.need.back();
   for (int n; words >> n;)
-    rules.need.back().push_back(n);
-  return rules.need.back().size() == static_cast<size_t>(rules.days) ? "" : "expected a number for each day";
+    need.push_back(n);
+  const bool good = words.eof() && need.size() == static_cast<size_t>(rules.days) &&
+                    std::all_of(need.begin(), need.end(), [](int n) { return n >= 0; });
+  return good ? "" : "expected how many are needed on each of the " + std::to_string(rules.days) + " days";
 }
 
 static std::string readNurse(std::istringstream& words, const std::string& name, Rules& rules)
@@ -96,20 +101,24 @@ static std::string readNurse(std::istringstream& words, const std::string& name,
       return "there is no day " + std::to_string(day);
     rules.nurses.back().daysOff.push_back(day - 1);
   }
-  return "";
+  return words.eof() ? "" : "expected days behind 'off'";
 }
 
 static std::string readLine(const std::string& line, Rules& rules)
 {
   std::istringstream words(line);
   std::string kind, name, rest;
-  if (!(words >> kind) || kind[0] == '#')
-    return "";
-  if (kind == "days")
+  words >> kind;
+  if (kind == "days") {
+    if (rules.days)
+      return "the days have been told above";
     return words >> rules.days && rules.days >= 1 && rules.days <= 100 ? "" : "expected a number from 1 to 100";
+  }
   if (kind == "work")
     return readRun(words, rules.work) ? "" : "expected 'work LEAST MOST'";
   words >> name;
+  if (!rules.days)
+    return "expected 'days N' first";
   if (kind == "need")
     return readNeed(words, name, rules);
   if (kind == "nurse")
@@ -133,13 +142,8 @@ static std::string readLine(const std::string& line, Rules& rules)
 
 static bool read(const std::string& file, Rules& rules)
 {
-  std::ifstream in(file);
-  if (!in)
-    return complain({file}, "can't be opened"), false;
-  std::string line;
-  for (int number = 1; std::getline(in, line); number++)
-    if (const std::string wrong = readLine(line, rules); !wrong.empty())
-      return complain({file, number}, wrong), false;
+  if (!readLines(file, [&](const std::string& line) { return readLine(line, rules); }))
+    return false;
   if (rules.nurses.empty() || rules.shifts.size() == 1)
     return complain({file}, "needs days, at least one shift and one nurse"), false;
   for (std::vector<bool>& after : rules.mayNotFollow)

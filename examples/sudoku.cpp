@@ -192,9 +192,7 @@ static void add(Tally& tally, const KuRun& run, KuOutcome outcome)
     tally.open++;
   else
     ++(solutions.empty() ? tally.none : tally.unique);
-  tally.sum.choicePoints += run.choicePoints;
-  tally.sum.nbFails += run.nbFails;
-  tally.sum.elapsed += run.elapsed;
+  addCost(tally.sum, run);
   tally.status = worse(tally.status, outcome);
 }
 

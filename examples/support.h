@@ -3,6 +3,7 @@
  *
  *   Arguments     the command line: flags, options with a value, files
  *   Where         the place in an input file that a message is about
+ *   readLines     reads a file line by line
  *   Numbers       reads a file of whole numbers
  *   startSolver   cs_init, with Ctrl-C and a time limit for all runs of ku_run.h
  *   newRun        a run within that limit, which shows its progress on a terminal; cost tells what it took
@@ -171,8 +172,11 @@ struct Where
   std::string text() const { return line ? file + ':' + std::to_string(line) : file; }
 };
 
-inline void complain(const Where& where, const std::string& message)
+// What messages quote from an input may be anything: on a terminal it must not act.
+inline void complain(const Where& where, std::string message)
 {
+  std::replace_if(
+      message.begin(), message.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '?');
   std::fflush(stdout);
   std::fprintf(stderr, "%s: %s\n", where.text().c_str(), message.c_str());
 }
@@ -182,6 +186,27 @@ inline void complain(const Where& where, const std::string& message)
 {
   std::fprintf(stderr, "%s: out of memory\n", program);
   std::exit(badInput);
+}
+
+// Gives the lines of a file to `readLine`, but for blank ones and those that begin with '#', until it answers what is
+// wrong with one. Complains of that, or of the file.
+template <class ReadLine>
+bool readLines(const std::string& file, ReadLine readLine)
+{
+  std::ifstream in(file);
+  if (!in)
+    return complain({file}, "can't be opened"), false;
+  std::string line;
+  for (int number = 1; std::getline(in, line); number++) {
+    const size_t first = line.find_first_not_of(" \t\r");
+    if (first == std::string::npos || line[first] == '#')
+      continue;
+    if (const std::string wrong = readLine(line); !wrong.empty())
+      return complain({file, number}, wrong), false;
+  }
+  if (in.bad())
+    return complain({file}, "can't be read"), false;
+  return true;
 }
 
 // Reads the whole numbers of a file one by one; from '#' on a line is a comment. The first mistake is complained of;
@@ -199,7 +224,7 @@ public:
   {
     std::string word;
     if (!_good || !nextWord(word))
-      return fail("ends where " + what + " should stand"), low;
+      return fail(_in.bad() ? "can't be read" : "ends where " + what + " should stand"), low;
     int value = 0;
     const char* end = word.data() + word.size();
     const auto [stop, error] = std::from_chars(word.data(), end, value);
@@ -300,6 +325,14 @@ inline std::string cost(const KuRun& run)
   std::snprintf(seconds, sizeof seconds, "%.3f s", run.elapsed);
   return plural(run.choicePoints, "choice point", "choice points") + ", " + plural(run.nbFails, "fail", "fails") +
          ", " + seconds;
+}
+
+// For a search by several runs.
+inline void addCost(KuRun& sum, const KuRun& run)
+{
+  sum.choicePoints += run.choicePoints;
+  sum.nbFails += run.nbFails;
+  sum.elapsed += run.elapsed;
 }
 
 inline std::string progressTitle;

@@ -6,10 +6,6 @@
  * only wished for is posted in its reified form, which makes a boolean that tells whether it holds; the sum of these is
  * what the program raises, search by search.
  */
-#include <fstream>
-#include <map>
-#include <sstream>
-
 #include "support.h"
 
 using namespace example;
@@ -59,7 +55,8 @@ struct Day
 static std::string readWish(std::istringstream& words, const std::string& line, Day& day)
 {
   std::string name, target;
-  Wish wish = {line.substr(line.find("wish") + 5), "", 0, false, 0, 0};
+  const size_t text = line.find_first_not_of(" \t", line.find("wish") + 4);
+  Wish wish = {line.substr(std::min(text, line.size())), "", 0, false, 0, 0};
   if (!(words >> name >> wish.relation >> target))
     return "expected 'wish NAME RELATION TARGET'";
   wish.lesson = day.lessonNamed(name);
@@ -83,8 +80,7 @@ static std::string readLine(const std::string& line, Day& day)
 {
   std::istringstream words(line);
   std::string kind, name, teacher, rest;
-  if (!(words >> kind) || kind[0] == '#')
-    return "";
+  words >> kind;
   std::string wrong;
   if (kind == "hours" || kind == "rooms") {
     int& number = kind == "hours" ? day.hours : day.rooms;
@@ -107,13 +103,8 @@ static std::string readLine(const std::string& line, Day& day)
 
 static bool read(const std::string& file, Day& day)
 {
-  std::ifstream in(file);
-  if (!in)
-    return complain({file}, "can't be opened"), false;
-  std::string line;
-  for (int number = 1; std::getline(in, line); number++)
-    if (const std::string wrong = readLine(line, day); !wrong.empty())
-      return complain({file, number}, wrong), false;
+  if (!readLines(file, [&](const std::string& line) { return readLine(line, day); }))
+    return false;
   if (!day.hours || !day.rooms || day.lessons.empty())
     return complain({file}, "needs hours, rooms and at least one lesson"), false;
   return true;
@@ -192,11 +183,12 @@ static int solve(const std::string& file, const Day& day)
   CSint* sum = cs_Sigma(granted.data(), wishes);
   Table best;
   int count = -1;
-  KuRun run = {};
+  KuRun total = {};
   KuOutcome outcome = KU_EXHAUSTED;
   while (possible) {
-    run = newRun(file);
+    KuRun run = newRun(file);
     outcome = ku_search(&run, hour.data(), n, cs_findFreeVarNbElements);
+    addCost(total, run);
     if (outcome != KU_SOLVED)
       break;
     best = {};
@@ -215,7 +207,7 @@ static int solve(const std::string& file, const Day& day)
   }
   show(day, best);
   std::printf("%s: %d of %s granted; %s\n", isStopped(outcome) ? stoppedText(outcome) : "optimal", count,
-      plural(wishes, "wish", "wishes").c_str(), cost(run).c_str());
+      plural(wishes, "wish", "wishes").c_str(), cost(total).c_str());
   return worse(done, outcome);
 }
 
