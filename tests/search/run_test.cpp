@@ -140,7 +140,13 @@ TEST_F(Run, CarriesALateRequestOver)
   make(3, 3);
   KuRun r = {};
   EXPECT_EQ(run(0, &r, 3), KU_SOLVED); // the last call: there is no choice point behind it
-  ku_checkRun();
+  int label = cs_saveContext();
+  auto heedful = [](CSint** vars, int count) {
+    ku_checkRun();
+    return cs_findFreeVar(vars, count);
+  };
+  EXPECT_EQ(cs_search(x.data(), n(), heedful), 1);
+  cs_restoreContextUntil(label);
   EXPECT_EQ(run(0, &r), KU_CANCELLED);
   EXPECT_EQ(run(0, &r), KU_SOLVED);
 }
@@ -210,8 +216,8 @@ TEST_F(Run, ShowsItsProgress)
 TEST_F(Run, CountsBeyondTheCounters)
 {
   KuRun r = {};
-  r.choicePoints = 0xfffffff0;
-  ku_runState.choicePoints = 0xfffffff0;
+  r.choicePoints = 0x7ffffff0;
+  ku_runState.choicePoints = 0x7ffffff0;
   make(4, 3);
   cs_search(x.data(), n(), cs_findFreeVar);
   ku_followCounters(&r);
