@@ -188,7 +188,7 @@ TEST_F(Run, ShowsItsProgress)
     r.data = &seen;
     r.progress = [](KuRun* now) {
       auto* s = static_cast<Seen*>(now->data);
-      EXPECT_GT(now->choicePoints, s->choicePoints);
+      EXPECT_GE(now->choicePoints, s->choicePoints); // a stalled machine may show and stop at one level
       EXPECT_GT(now->elapsed, s->elapsed + (now->atWork ? 0.19 : 0));
       EXPECT_EQ(contextDepth() > s->depth, now->atWork != 0);
       s->choicePoints = now->choicePoints;
