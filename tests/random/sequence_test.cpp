@@ -15,12 +15,15 @@ using namespace kit;
 
 using Draw = Values (*)(Random&);
 using Fits = bool (*)(int x, const Values& p);
-using Post = Posted (*)(Vars& x, Values& p);
+using Post = std::function<Posted(Vars& x, Values& p)>;
 
-template <int low, int high>
-static Values one(Random& random)
+template <int low, int high, int count = 1>
+static Values drawn(Random& random)
 {
-  return {random.pick(low, high)};
+  Values values;
+  while (values.size() < count)
+    values.push_back(random.pick(low, high));
+  return values;
 }
 
 static Values some(Random& random)
@@ -56,22 +59,20 @@ static Rule keeping(Fits fits)
   };
 }
 
-static SequenceRow unary(const char* name, int weight, Draw parameters, Post post, Fits fits)
+static SequenceRow unary(const char* name, int weight, Draw parameters, Fits fits, Post post)
 {
   return {.name = name,
       .weight = weight,
       .count = {1, 1},
       .lasting = false,
       .parameters = parameters,
-      .post = post,
+      .post = std::move(post),
       .strong = keeping(fits)};
 }
 
-template <int (*post)(CSint*, int)>
-static SequenceRow unary(const char* name, Fits fits)
+static SequenceRow unary(const char* name, int (*post)(CSint*, int), Fits fits)
 {
-  return unary(
-      name, 10, one<-6, 13>, [](Vars& x, Values& p) -> Posted { return post(x[0], p[0]); }, fits);
+  return unary(name, 10, drawn<-6, 13>, fits, [=](Vars& x, Values& p) { return post(x[0], p[0]); });
 }
 
 static SequenceRow binary(const char* name, int (*post)(CSint*, CSint*), Rule rule)
@@ -80,8 +81,8 @@ static SequenceRow binary(const char* name, int (*post)(CSint*, CSint*), Rule ru
 }
 
 /// One with a result variable, behind the arguments.
-static SequenceRow functional(const char* name, int weight, Range count, Draw parameters,
-    std::function<Posted(Vars&, Values&)> post, Rule strong, Rule weak = nullptr)
+static SequenceRow functional(
+    const char* name, int weight, Range count, Draw parameters, Rule strong, Rule weak, Post post)
 {
   return {.name = name,
       .weight = weight,
@@ -164,14 +165,6 @@ static Rule asDifference(Rule rule)
 }
 
 // Coefficients are small, and zero for what is wide already: so results of results stay small.
-static Values coefficients(Random& random)
-{
-  Values values;
-  for (int i = 0; i < 3; i++)
-    values.push_back(random.pick(-2, 2));
-  return values;
-}
-
 static void tame(const Vars& x, Values& c)
 {
   for (size_t i = 0; i < x.size(); i++)
@@ -181,16 +174,14 @@ static void tame(const Vars& x, Values& c)
 
 static SequenceRow reified(const char* name, CSint* (*post)(CSint*, CSint*), Rule whenTrue, Rule whenFalse)
 {
-  return functional(
-      name, 2, {2, 2}, nullptr, [=](Vars& x, Values&) { return post(x[0], x[1]); },
-      naive::reified(std::move(whenTrue), std::move(whenFalse)));
+  return functional(name, 2, {2, 2}, nullptr, naive::reified(std::move(whenTrue), std::move(whenFalse)), nullptr,
+      [=](Vars& x, Values&) { return post(x[0], x[1]); });
 }
 
 static SequenceRow reified(const char* name, CSint* (*post)(CSint*, int), Fits whenTrue, Fits whenFalse)
 {
-  return functional(
-      name, 2, {1, 1}, one<-4, 9>, [=](Vars& x, Values& p) { return post(x[0], p[0]); },
-      naive::reified(keeping(whenTrue), keeping(whenFalse)));
+  return functional(name, 2, {1, 1}, drawn<-4, 9>, naive::reified(keeping(whenTrue), keeping(whenFalse)), nullptr,
+      [=](Vars& x, Values& p) { return post(x[0], p[0]); });
 }
 
 /// The count stands first or last. The weak form knows of what it can be, the strong one of what that says of the
@@ -223,10 +214,7 @@ static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSin
   return {.name = name,
       .weight = 4,
       .distinct = distinct,
-      .parameters =
-          [](Random& random) {
-            return Values{random.pick(-2, 6), random.pick(-2, 6)};
-          },
+      .parameters = drawn<-2, 6, 2>,
       .post = [=](Vars& x, Values& p) { return post(x[0], x[1], p[0], p[1]); },
       .strong = std::move(rule)};
 }
@@ -276,24 +264,19 @@ static SequenceRow chosen(const char* name, CSint* (*post)(CSint*, CSint**, int)
 }
 
 static const std::vector<SequenceRow> rows = {
-    unary<cs_EQ>("cs_EQ", isEqual),
-    unary<cs_NEQ>("cs_NEQ", isUnequal),
-    unary<cs_LE>("cs_LE", isAtMost),
-    unary<cs_GE>("cs_GE", isAtLeast),
-    unary<cs_LT>("cs_LT", isBelow),
-    unary<cs_GT>("cs_GT", isAbove),
+    unary("cs_EQ", cs_EQ, isEqual),
+    unary("cs_NEQ", cs_NEQ, isUnequal),
+    unary("cs_LE", cs_LE, isAtMost),
+    unary("cs_GE", cs_GE, isAtLeast),
+    unary("cs_LT", cs_LT, isBelow),
+    unary("cs_GT", cs_GT, isAbove),
     unary(
-        "cs_InArray", 3, some, [](Vars& x, Values& p) -> Posted { return cs_InArray(x[0], p.data(), int(p.size())); },
-        isListed),
-    unary(
-        "cs_NotInArray", 6, some,
-        [](Vars& x, Values& p) -> Posted { return cs_NotInArray(x[0], p.data(), int(p.size())); }, isNotListed),
-    unary(
-        "cs_InInterval", 6, interval, [](Vars& x, Values& p) -> Posted { return cs_InInterval(x[0], p[0], p[1]); },
-        isInside),
-    unary(
-        "cs_NotInInterval", 6, interval,
-        [](Vars& x, Values& p) -> Posted { return cs_NotInInterval(x[0], p[0], p[1]); }, isOutside),
+        "cs_InArray", 3, some, isListed, [](Vars& x, Values& p) { return cs_InArray(x[0], p.data(), int(p.size())); }),
+    unary("cs_NotInArray", 6, some, isNotListed,
+        [](Vars& x, Values& p) { return cs_NotInArray(x[0], p.data(), int(p.size())); }),
+    unary("cs_InInterval", 6, interval, isInside, [](Vars& x, Values& p) { return cs_InInterval(x[0], p[0], p[1]); }),
+    unary("cs_NotInInterval", 6, interval, isOutside,
+        [](Vars& x, Values& p) { return cs_NotInInterval(x[0], p[0], p[1]); }),
     binary("cs_Eq", cs_Eq, naive::eq),
     binary("cs_Neq", cs_Neq, naive::neq),
     binary("cs_Le", cs_Le, naive::le),
@@ -309,7 +292,7 @@ static const std::vector<SequenceRow> rows = {
         .weak = naive::forwardDifferent},
     {.name = "meddler", .weight = 8, .post = postMeddler, .strong = [](const Sets&, const Values&) { return true; }},
     functional(
-        "cs_Add", 3, {2, 2}, nullptr, [](Vars& x, Values&) { return cs_Add(x[0], x[1]); }, sumWithHoles, naive::linear),
+        "cs_Add", 3, {2, 2}, nullptr, sumWithHoles, naive::linear, [](Vars& x, Values&) { return cs_Add(x[0], x[1]); }),
     {.name = "cs_Sub",
         .weight = 3,
         .distinct = true,
@@ -317,17 +300,14 @@ static const std::vector<SequenceRow> rows = {
         .post = [](Vars& x, Values&) { return cs_Sub(x[0], x[1]); },
         .strong = asDifference(sumWithHoles),
         .weak = asDifference(naive::linear)},
-    functional(
-        "cs_Sigma", 4, {2, 4}, nullptr, [](Vars& x, Values&) { return cs_Sigma(x.data(), int(x.size())); },
-        naive::linear),
-    functional(
-        "cs_VAdd", 4, {3, 3}, nullptr, [](Vars& x, Values&) { return cs_VAdd(3, x[0], x[1], x[2]); }, naive::linear),
-    functional(
-        "cs_ScalProd", 4, {1, 3}, coefficients,
-        [](Vars& x, Values& p) { return tame(x, p), cs_ScalProd(x.data(), p.data(), int(x.size())); }, naive::linear),
-    functional(
-        "cs_VScalProd", 4, {2, 2}, coefficients,
-        [](Vars& x, Values& p) { return tame(x, p), cs_VScalProd(2, x[0], x[1], p[0], p[1]); }, naive::linear),
+    functional("cs_Sigma", 4, {2, 4}, nullptr, naive::linear, nullptr,
+        [](Vars& x, Values&) { return cs_Sigma(x.data(), int(x.size())); }),
+    functional("cs_VAdd", 4, {3, 3}, nullptr, naive::linear, nullptr,
+        [](Vars& x, Values&) { return cs_VAdd(3, x[0], x[1], x[2]); }),
+    functional("cs_ScalProd", 4, {1, 3}, drawn<-2, 2, 3>, naive::linear, nullptr,
+        [](Vars& x, Values& p) { return tame(x, p), cs_ScalProd(x.data(), p.data(), int(x.size())); }),
+    functional("cs_VScalProd", 4, {2, 2}, drawn<-2, 2, 3>, naive::linear, nullptr,
+        [](Vars& x, Values& p) { return tame(x, p), cs_VScalProd(2, x[0], x[1], p[0], p[1]); }),
     {.name = "cs_Mul",
         .weight = 4,
         .post = [](Vars& x, Values&) { return cs_Mul(x[0], x[1]); },
@@ -366,14 +346,12 @@ static const std::vector<SequenceRow> rows = {
     {.name = "cs_OccurConstraints",
         .weight = 4,
         .count = {2, 5},
-        .parameters = one<-6, 13>,
+        .parameters = drawn<-6, 13>,
         .post = [](Vars& x, Values& p) { return cs_OccurConstraints(x[0], p[0], x.data() + 1, int(x.size()) - 1); },
         .strong = occurrences<0, true>,
         .weak = occurrences<0, false>},
-    functional(
-        "cs_OccurDomain", 4, {1, 4}, one<-6, 13>,
-        [](Vars& x, Values& p) { return cs_OccurDomain(p[0], x.data(), int(x.size())); }, occurrences<-1, true>,
-        occurrences<-1, false>),
+    functional("cs_OccurDomain", 4, {1, 4}, drawn<-6, 13>, occurrences<-1, true>, occurrences<-1, false>,
+        [](Vars& x, Values& p) { return cs_OccurDomain(p[0], x.data(), int(x.size())); }),
     {.name = "cs_Regular",
         .weight = 6,
         .count = {1, 5},
