@@ -88,6 +88,11 @@ Set setOf(const CSint* v)
 
 std::string textOf(const Set& set) { return kit::textOf(Values(set.begin(), set.end())); }
 
+std::string piece(const std::string& text) { return text; }
+std::string piece(int number) { return std::to_string(number); }
+std::string piece(const Set& set) { return textOf(set); }
+std::string piece(const CSint* v) { return kit::textOf(v); }
+
 bool within(const Set& a, const Set& b) { return std::includes(b.begin(), b.end(), a.begin(), a.end()); }
 
 bool isListed(size_t number, const std::vector<size_t>& numbers)
@@ -150,7 +155,13 @@ private:
     _room -= written;
   }
 
-  [[noreturn]] void fault(const std::string& text) const { throw Fault{text}; }
+  /// The parts make the text of the fault.
+  template <typename... Parts>
+  static void expect(bool condition, const Parts&... parts)
+  {
+    if (!condition)
+      throw Fault{(piece(parts) + ...)};
+  }
 
   // -------------------------------------------------------------------------------------------------------------------
   // The model
@@ -182,25 +193,22 @@ private:
     State most = request;
     bool mayHold = close(most, true);
     if (!ok) {
-      if (mayHold)
-        fault("failed, but by the model it doesn't");
+      expect(!mayHold, "failed, but by the model it doesn't");
       _failed = true;
       return;
     }
     _now = request;
     for (size_t i = 0; i < _vars.size(); i++) {
       const Set& s = _now.domains[i] = setOf(_vars[i]);
-      if (!within(s, request.domains[i]))
-        fault(_names[i] + " has " + textOf(s) + " but by the model at most " + textOf(request.domains[i]));
-      if (mayHold && !within(most.domains[i], s))
-        fault(_names[i] + " has only " + textOf(s) + " but by the model at least " + textOf(most.domains[i]));
+      expect(within(s, request.domains[i]), _names[i], " has ", s, " but by the model at most ", request.domains[i]);
+      expect(!mayHold || within(most.domains[i], s), _names[i], " has only ", s, " but by the model at least ",
+          most.domains[i]);
     }
     State least = _now;
-    if (!close(least, false))
-      fault("succeeded, but by the model it fails");
+    expect(close(least, false), "succeeded, but by the model it fails");
     for (size_t i = 0; i < _vars.size(); i++)
-      if (least.domains[i] != _now.domains[i])
-        fault(_names[i] + " has " + textOf(_now.domains[i]) + " but by the model " + textOf(least.domains[i]));
+      expect(least.domains[i] == _now.domains[i], _names[i], " has ", _now.domains[i], " but by the model ",
+          least.domains[i]);
   }
 
   int depth() const
@@ -415,8 +423,7 @@ private:
     int label = cs_saveContext();
     say("cs_saveContext() -> %d\n", label);
     push(Entry::context);
-    if (label != depth())
-      fault("the label must be " + std::to_string(depth()));
+    expect(label == depth(), "the label must be ", depth());
   }
 
   void restore()
@@ -594,8 +601,7 @@ private:
     if (kind == 4) {
       cancelAfter = _random.pick(0, 6);
       say("cs_search(%s ) with a cancel after %d calls of the selector\n", text.c_str(), cancelAfter);
-      if (cs_search(x.data(), n, firstFreeAndCancel) && model.solutions.empty())
-        fault("found a solution");
+      expect(!cs_search(x.data(), n, firstFreeAndCancel) || !model.solutions.empty(), "found a solution");
       return back();
     }
     if (kind == 2) {
@@ -612,19 +618,17 @@ private:
       is = cs_search(x.data(), n, selector.real);
     }
     say(" -> %d\n", is);
-    if (bool(is) != found)
-      fault("the result must be " + std::to_string(found));
+    expect(bool(is) == found, "the result must be ", found);
     if (is && kind != 2)
       noteSolution(nullptr, 0);
-    if (exact && (cs_getNbFails() != model.fails || cs_getNbChoicePoints() != model.choicePoints))
-      fault(counters() + " in place of " + std::to_string(model.choicePoints) + " and " + std::to_string(model.fails));
+    expect(!exact || (cs_getNbFails() == model.fails && cs_getNbChoicePoints() == model.choicePoints), counters(),
+        " in place of ", model.choicePoints, " and ", model.fails);
     if (!sameOrder) {
       std::sort(foundSolutions.begin(), foundSolutions.end());
       std::sort(model.solutions.begin(), model.solutions.end());
     }
-    if (foundSolutions != model.solutions)
-      fault("these aren't the solutions: " + std::to_string(foundSolutions.size()) + " in place of " +
-            std::to_string(model.solutions.size()));
+    expect(foundSolutions == model.solutions, "these aren't the solutions: ", int(foundSolutions.size()),
+        " in place of ", int(model.solutions.size()));
     if (!exact)
       return back();
     // A context for each decision is left by a solution and by the limit.
@@ -652,19 +656,17 @@ private:
                  cs_isFree(v) == (s.size() > 1) && cs_isInstantiated(v) == (s.size() == 1) &&
                  (s.size() > 1 || cs_getValue(v) == *s.begin()) && std::equal(s.begin(), s.end(), values);
     cs_freeDomain(values);
-    if (!right)
-      fault("a query of " + _names[i] + " with " + std::to_string(x) + " is wrong");
+    expect(right, "a query of ", _names[i], " with ", x, " is wrong");
     for (const auto& [array, vars] : _arrays)
-      if (array && !std::equal(vars.begin(), vars.end(), array))
-        fault("an array has changed");
+      expect(!array || std::equal(vars.begin(), vars.end(), array), "an array has changed");
   }
 
   void rename()
   {
     auto i = size_t(_random.pick(0, int(_vars.size()) - 1));
     std::string name(size_t(_random.pick(0, 20)), char('a' + _random.pick(0, 25)));
-    if (cs_setName(_vars[i], name.c_str()) != cs_getName(_vars[i]) || name != cs_getName(_vars[i]))
-      fault("the name isn't " + name);
+    expect(cs_setName(_vars[i], name.c_str()) == cs_getName(_vars[i]) && name == cs_getName(_vars[i]),
+        "the name isn't ", name);
   }
 
   /// A failure can only be followed by a restore, or by forgetting contexts first.
@@ -685,14 +687,10 @@ private:
   {
     if (_over)
       return;
-    if (!_wrong.empty())
-      fault(_wrong);
-    if (!_expected.empty())
-      fault("function " + std::to_string(_expected.back().first) + " didn't run");
-    if (cs_getErr())
-      fault("the error code is " + std::to_string(cs_getErr()));
-    if (_random.chance(20) && contextDepth() != depth())
-      fault("the depth of the context stack must be " + std::to_string(depth()));
+    expect(_wrong.empty(), _wrong);
+    expect(_expected.empty(), "a function didn't run");
+    expect(!cs_getErr(), "the error code is ", cs_getErr());
+    expect(!_random.chance(20) || contextDepth() == depth(), "the depth of the context stack must be ", depth());
     std::vector<int> attached(_vars.size());
     if (!_failed)
       for (size_t number : _now.active)
@@ -700,19 +698,13 @@ private:
           attached[i] += _postings[number]->attachments[i];
     for (size_t i = 0; i < _vars.size(); i++) {
       const CSint* v = _vars[i];
-      if (v->_nbConstraints != _everAttached[i])
-        fault(_names[i] + ": _nbConstraints must be " + std::to_string(_everAttached[i]));
+      expect(v->_nbConstraints == _everAttached[i], _names[i], ": _nbConstraints must be ", _everAttached[i]);
       if (_failed)
         continue;
-      if (setOf(v) != _now.domains[i])
-        fault(_names[i] + " is " + kit::textOf(v) + " and must be " + textOf(_now.domains[i]));
-      if (v->_nbElements != int(_now.domains[i].size()))
-        fault(_names[i] + ": _nbElements is " + std::to_string(v->_nbElements));
-      if (v->_propMin != v->_min || v->_propMax != v->_max)
-        fault(_names[i] + ": a bound was never told to the handlers");
-      if (nbAttached(v) != attached[i])
-        fault(_names[i] + ": " + std::to_string(nbAttached(v)) + " attachments in place of " +
-              std::to_string(attached[i]));
+      expect(setOf(v) == _now.domains[i], _names[i], " is ", v, " and must be ", _now.domains[i]);
+      expect(v->_nbElements == int(_now.domains[i].size()), _names[i], ": _nbElements is ", v->_nbElements);
+      expect(v->_propMin == v->_min && v->_propMax == v->_max, _names[i], ": a bound was never told to the handlers");
+      expect(nbAttached(v) == attached[i], _names[i], ": ", nbAttached(v), " attachments in place of ", attached[i]);
     }
   }
 

@@ -71,9 +71,7 @@ protected:
 // The first four end at the first solution; the last two go on until there is no more.
 const Run::Driver Run::drivers[] = {
     [](Run& t, KuRun* r) { return ku_search(r, t.x.data(), t.n(), select); },
-    [](Run& t, KuRun* r) {
-      return ku_searchCriteria(r, t.x.data(), t.n(), selectIndex, [](int, int) { return 0; });
-    },
+    [](Run& t, KuRun* r) { return ku_searchCriteria(r, t.x.data(), t.n(), selectIndex, [](int, int) { return 0; }); },
     [](Run& t, KuRun* r) {
       return ku_searchValueSelector(r, t.x.data(), t.selectors.data(), t.n(), selectIndex, nullptr);
     },
@@ -82,9 +80,7 @@ const Run::Driver Run::drivers[] = {
       return ku_searchRestart(
           r, t.x.data(), t.selectors.data(), t.n(), selectIndex, growing, &t.limit, nullptr, nullptr);
     },
-    [](Run& t, KuRun* r) {
-      return ku_minimize(r, t.x.data(), t.n(), select, t.x[0], [](CSint**, int, CSint*) {});
-    },
+    [](Run& t, KuRun* r) { return ku_minimize(r, t.x.data(), t.n(), select, t.x[0], [](CSint**, int, CSint*) {}); },
     [](Run& t, KuRun* r) { return ku_findAll(r, t.x.data(), t.n(), select, [](CSint**, int) {}); },
 };
 

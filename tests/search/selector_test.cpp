@@ -130,6 +130,12 @@ static void tellEnd(int result, int nbFails, int fails, CSint**, int, void* data
   story << "X" << result << "/" << nbFails << "/" << fails << moment();
 }
 
+template <char kind>
+static void tellLevel(int level, int position, CSint**, int, void*)
+{
+  story << kind << level << "." << position << moment();
+}
+
 class SelectorSearch : public SolverTest
 {
 protected:
@@ -156,10 +162,8 @@ protected:
     notify = cs_createSearchNotify(&story);
     cs_searchNotifySetSearchStart(notify, tellStart);
     cs_searchNotifySetSearchEnd(notify, tellEnd);
-    cs_searchNotifySetEnter(notify,
-        [](int level, int position, CSint**, int, void*) { story << "E" << level << "." << position << moment(); });
-    cs_searchNotifySetLeave(notify,
-        [](int level, int position, CSint**, int, void*) { story << "L" << level << "." << position << moment(); });
+    cs_searchNotifySetEnter(notify, tellLevel<'E'>);
+    cs_searchNotifySetLeave(notify, tellLevel<'L'>);
     cs_searchNotifySetBeforeValueSelection(
         notify, [](int level, int position, const ValueSelection* s, CSint**, int, void*) {
           story << "B" << level << "." << position << textOf(*s) << moment();
@@ -505,40 +509,38 @@ struct Learner
   }
 };
 
+static Learner* learnerOf(void* data) { return static_cast<Learner*>(data); }
+
 static int seeNoGood(NoGoodSet*, NoGood* noGood, CSint**, int, void* data)
 {
-  auto* learner = static_cast<Learner*>(data);
-  learner->expectSound(noGood);
-  return ++learner->nbLearnt % 5;
+  learnerOf(data)->expectSound(noGood);
+  return ++learnerOf(data)->nbLearnt % 5;
 }
 
 static int rejectSome(int, CSint** vars, int n, void* data)
 {
-  auto* learner = static_cast<Learner*>(data);
+  Learner& learner = *learnerOf(data);
   Values values = valuesOf(vars, n);
-  learner->nbFound++;
+  learner.nbFound++;
   EXPECT_TRUE(solutions.count(values));
-  if (!learner->rejected.count(values) && learner->rejected.size() >= learner->toReject)
+  if (!learner.rejected.count(values) && learner.rejected.size() >= learner.toReject)
     return 1;
-  learner->rejected.insert(values);
+  learner.rejected.insert(values);
   return 0;
 }
 
 static void endRun(int, int, int, CSint**, int, void* data)
 {
-  auto* learner = static_cast<Learner*>(data);
-  learner->nbRuns++;
-  if (!learner->set)
-    return;
-  EXPECT_EQ(flawsOf(learner->set), "");
-  for (const NoGood* e = learner->set->_first; e; e = e->_next)
-    learner->expectSound(e);
+  learnerOf(data)->nbRuns++;
+  const NoGoodSet* set = learnerOf(data)->set;
+  EXPECT_EQ(set ? flawsOf(set) : "", "");
+  for (const NoGood* e = set ? set->_first : nullptr; e; e = e->_next)
+    learnerOf(data)->expectSound(e);
 }
-
-static int oneMore(void* data) { return ++static_cast<Learner*>(data)->limit; }
 
 TEST_F(AllDrivers, FindTheSameSolutionsWithLearningOrWithout)
 {
+  auto oneMore = [](void* data) { return ++learnerOf(data)->limit; };
   Learner learner = {.toReject = 0};
   SearchNotify* notify = cs_createSearchNotify(&learner);
   cs_searchNotifySetFound(notify, rejectSome);
