@@ -19,24 +19,6 @@ fi
 printf '1\n3\n2\n4\n' > expected
 client=$SOURCE/tests/contract/client
 
-# run <program>: the program <language>_<form> answers rightly, needs libku.so.3 or doesn't, and the C++ run-time library in
-# C++ alone.
-run()
-{
-  echo "$1"
-  LD_LIBRARY_PATH=$SCRATCH/installed/$LIBDIR "$1" > printed
-  diff -u expected printed
-  needed=$("$READELF" -d "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | tr '\n' ' ')
-  echo "  needs $needed"
-  case $1-$needed in
-    *_shared-*libku.so.3*) ;;
-    *_shared-* | *_static-*libku*) echo "  it is linked in the wrong form"; exit 1 ;;
-  esac
-  case $1-$needed in
-    */c_*libstdc++*) echo "  it is linked as C++"; exit 1 ;;
-  esac
-}
-
 for language in C CXX; do
   "$CMAKE" -S "$client" -B cmake-$language -G "$GENERATOR" -DCLIENT_LANGUAGE=$language -DCMAKE_BUILD_TYPE="$CONFIG" \
     -DCMAKE_PREFIX_PATH="$SCRATCH/installed" -DCMAKE_RUNTIME_OUTPUT_DIRECTORY="$SCRATCH/cmake-$language/\$<0:>" \
@@ -44,12 +26,6 @@ for language in C CXX; do
     "$CMAKE" --build cmake-$language --config "$CONFIG" >> cmake-$language.log 2>&1 ||
     { cat cmake-$language.log; exit 1; }
 done
-run cmake-C/c_shared
-run cmake-C/c_static
-run cmake-CXX/c_shared
-run cmake-CXX/c_static
-run cmake-CXX/cxx_shared
-run cmake-CXX/cxx_static
 
 export PKG_CONFIG_PATH="$SCRATCH/installed/$LIBDIR/pkgconfig"
 expects="-DCLIENT_EXPECTS=\"$(pkg-config --modversion ku)\""
@@ -63,7 +39,18 @@ $CC -std=c99 $warnings "$expects" $flags "$client/client.c" -o pkg-config/c_shar
 $CC -std=c99 $warnings "$expects" $flags "$client/client.c" -o pkg-config/c_static $static
 $CXX -std=c++17 $warnings "$expects" $flags "$client/client.cpp" -o pkg-config/cxx_shared $shared
 $CXX -std=c++17 $warnings "$expects" $flags "$client/client.cpp" -o pkg-config/cxx_static $static
-run pkg-config/c_shared
-run pkg-config/c_static
-run pkg-config/cxx_shared
-run pkg-config/cxx_static
+
+# Each program <language>_<form> answers rightly, needs libku.so.3 or doesn't, and the C++ run-time library in C++ alone.
+for each in cmake-C/c cmake-CXX/c cmake-CXX/cxx pkg-config/c pkg-config/cxx; do
+  for program in ${each}_shared ${each}_static; do
+    LD_LIBRARY_PATH=$SCRATCH/installed/$LIBDIR "$program" > printed
+    diff -u expected printed
+    needed=$("$READELF" -d "$program" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | tr '\n' ' ')
+    echo "$program needs $needed"
+    case $program-$needed in
+      */c_*libstdc++*) echo "it is linked as C++"; exit 1 ;;
+      *_shared-*libku.so.3*) ;;
+      *_shared-* | *_static-*libku*) echo "it is linked in the wrong form"; exit 1 ;;
+    esac
+  done
+done

@@ -47,8 +47,22 @@ struct SequenceCase
   size_t rows;
 };
 
-/// Runs sequences in a child process, from the seed `first` on, until `count` have run or the time is up. The text of
-/// the first fault, with all that is needed to repeat it, or empty. `done` is the number that ran.
+/// What was run in a child process: the last seed with its fault, if any, and its steps.
+struct ChildRun
+{
+  uint64_t seed = 0, done = 0;
+  std::string fault = "", story = "";
+};
+
+/// Returns its fault, or an empty text; writes its steps into the story as it makes them.
+using RunOne = std::function<std::string(uint64_t seed, char* story, size_t size)>;
+
+/// Runs in a child process, from the seed `first` on, until `count` have run, one has a fault, crashes or leaves
+/// blocks, or the time is up.
+ChildRun runInChild(const RunOne& one, uint64_t first, uint64_t count, double seconds);
+
+/// Sequences against the model: the text of the first fault, with all that is needed to repeat it, or empty. `done` is
+/// the number that ran.
 std::string runSequences(
     const std::vector<SequenceRow>& rows, uint64_t first, uint64_t count, double seconds, uint64_t* done = nullptr);
 

@@ -5,22 +5,26 @@
  * KU_SECONDS is the time to spend (default 3), KU_SEQUENCES the greatest number of sequences, KU_SEED the first seed.
  */
 #include "automaton.h"
-#include "heapWatch.h"
 #include "sequence.h"
 
-#include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <deque>
-#include <sys/mman.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace kit;
 
-static Values one(Random& random) { return {random.pick(-6, 13)}; }
+using Draw = Values (*)(Random&);
+using Fits = bool (*)(int x, const Values& p);
+using Post = std::function<Posted(Vars& x, Values& p)>;
+
+template <int low, int high, int count = 1>
+static Values drawn(Random& random)
+{
+  Values values;
+  while (values.size() < count)
+    values.push_back(random.pick(low, high));
+  return values;
+}
 
 static Values some(Random& random)
 {
@@ -36,9 +40,18 @@ static Values interval(Random& random)
   return {low, low + random.pick(-1, 5)};
 }
 
-static bool listed(const Values& p, int x) { return std::find(p.begin(), p.end(), x) != p.end(); }
+static bool isListed(int x, const Values& p) { return std::find(p.begin(), p.end(), x) != p.end(); }
+static bool isNotListed(int x, const Values& p) { return !isListed(x, p); }
+static bool isInside(int x, const Values& p) { return p[0] <= x && x <= p[1]; }
+static bool isOutside(int x, const Values& p) { return !isInside(x, p); }
+static bool isBelow(int x, const Values& p) { return x < p[0]; }
+static bool isAtMost(int x, const Values& p) { return x <= p[0]; }
+static bool isAbove(int x, const Values& p) { return x > p[0]; }
+static bool isAtLeast(int x, const Values& p) { return x >= p[0]; }
+static bool isEqual(int x, const Values& p) { return x == p[0]; }
+static bool isUnequal(int x, const Values& p) { return x != p[0]; }
 
-static Rule keeping(bool (*fits)(int x, const Values& p))
+static Rule keeping(Fits fits)
 {
   return [=](const Sets& x, const Values& p) {
     std::erase_if(*x[0], [&](int value) { return !fits(value, p); });
@@ -46,19 +59,39 @@ static Rule keeping(bool (*fits)(int x, const Values& p))
   };
 }
 
-static SequenceRow unary(const char* name, int (*post)(CSint*, int), bool (*fits)(int, const Values&))
+static SequenceRow unary(const char* name, int weight, Draw parameters, Fits fits, Post post)
 {
   return {.name = name,
+      .weight = weight,
       .count = {1, 1},
       .lasting = false,
-      .parameters = one,
-      .post = [=](Vars& x, Values& p) { return post(x[0], p[0]); },
+      .parameters = parameters,
+      .post = std::move(post),
       .strong = keeping(fits)};
+}
+
+static SequenceRow unary(const char* name, int (*post)(CSint*, int), Fits fits)
+{
+  return unary(name, 10, drawn<-6, 13>, fits, [=](Vars& x, Values& p) { return post(x[0], p[0]); });
 }
 
 static SequenceRow binary(const char* name, int (*post)(CSint*, CSint*), Rule rule)
 {
   return {.name = name, .post = [=](Vars& x, Values&) { return post(x[0], x[1]); }, .strong = std::move(rule)};
+}
+
+/// One with a result variable, behind the arguments.
+static SequenceRow functional(
+    const char* name, int weight, Range count, Draw parameters, Rule strong, Rule weak, Post post)
+{
+  return {.name = name,
+      .weight = weight,
+      .count = count,
+      .functional = true,
+      .parameters = parameters,
+      .post = std::move(post),
+      .strong = std::move(strong),
+      .weak = std::move(weak)};
 }
 
 static Rule swapped(Rule rule)
@@ -132,14 +165,6 @@ static Rule asDifference(Rule rule)
 }
 
 // Coefficients are small, and zero for what is wide already: so results of results stay small.
-static Values coefficients(Random& random)
-{
-  Values values;
-  for (int i = 0; i < 3; i++)
-    values.push_back(random.pick(-2, 2));
-  return values;
-}
-
 static void tame(const Vars& x, Values& c)
 {
   for (size_t i = 0; i < x.size(); i++)
@@ -147,33 +172,17 @@ static void tame(const Vars& x, Values& c)
       c[i] = 0;
 }
 
-static SequenceRow reifiedPair(const char* name, CSint* (*post)(CSint*, CSint*), Rule whenTrue, Rule whenFalse)
+static SequenceRow reified(const char* name, CSint* (*post)(CSint*, CSint*), Rule whenTrue, Rule whenFalse)
 {
-  return {.name = name,
-      .weight = 2,
-      .functional = true,
-      .post = [=](Vars& x, Values&) { return post(x[0], x[1]); },
-      .strong = naive::reified(std::move(whenTrue), std::move(whenFalse))};
+  return functional(name, 2, {2, 2}, nullptr, naive::reified(std::move(whenTrue), std::move(whenFalse)), nullptr,
+      [=](Vars& x, Values&) { return post(x[0], x[1]); });
 }
 
-static SequenceRow reifiedValue(const char* name, CSint* (*post)(CSint*, int), bool (*fits)(int, const Values&),
-    bool (*isOutside)(int, const Values&))
+static SequenceRow reified(const char* name, CSint* (*post)(CSint*, int), Fits whenTrue, Fits whenFalse)
 {
-  return {.name = name,
-      .weight = 2,
-      .count = {1, 1},
-      .functional = true,
-      .parameters = [](Random& random) { return Values{random.pick(-4, 9)}; },
-      .post = [=](Vars& x, Values& p) { return post(x[0], p[0]); },
-      .strong = naive::reified(keeping(fits), keeping(isOutside))};
+  return functional(name, 2, {1, 1}, drawn<-4, 9>, naive::reified(keeping(whenTrue), keeping(whenFalse)), nullptr,
+      [=](Vars& x, Values& p) { return post(x[0], p[0]); });
 }
-
-static bool isBelow(int x, const Values& p) { return x < p[0]; }
-static bool isAtMost(int x, const Values& p) { return x <= p[0]; }
-static bool isAbove(int x, const Values& p) { return x > p[0]; }
-static bool isAtLeast(int x, const Values& p) { return x >= p[0]; }
-static bool isEqual(int x, const Values& p) { return x == p[0]; }
-static bool isUnequal(int x, const Values& p) { return x != p[0]; }
 
 /// The count stands first or last. The weak form knows of what it can be, the strong one of what that says of the
 /// array.
@@ -205,10 +214,7 @@ static SequenceRow tie(const char* name, bool distinct, int (*post)(CSint*, CSin
   return {.name = name,
       .weight = 4,
       .distinct = distinct,
-      .parameters =
-          [](Random& random) {
-            return Values{random.pick(-2, 6), random.pick(-2, 6)};
-          },
+      .parameters = drawn<-2, 6, 2>,
       .post = [=](Vars& x, Values& p) { return post(x[0], x[1], p[0], p[1]); },
       .strong = std::move(rule)};
 }
@@ -223,17 +229,24 @@ static bool isSchedule(const Values& starts, const Values& durations, const Valu
   return !overlap || durations[0] == 0 || durations[1] == 0 || needs[0] + needs[1] <= limit;
 }
 
-// Two durations, two requirements and the limit.
-static Values tasks(Random& random)
+/// The parameters are two durations, two requirements and the limit. As constants they stand behind the arguments, in
+/// the array that lives on.
+static SequenceRow tasks(const char* name, int (*post)(CSint** x), Test holds)
 {
-  return {random.pick(0, 3), random.pick(1, 3), random.pick(0, 3), random.pick(0, 3), random.pick(1, 5)};
-}
-
-// The constants stand behind the arguments, in the array that lives on.
-static void addConstants(Vars& x, const Values& p)
-{
-  for (int value : p)
-    x.push_back(CSINT(value));
+  return {.name = name,
+      .weight = 4,
+      .parameters =
+          [](Random& random) {
+            return Values{
+                random.pick(0, 3), random.pick(1, 3), random.pick(0, 3), random.pick(0, 3), random.pick(1, 5)};
+          },
+      .post =
+          [=](Vars& x, Values& p) {
+            for (int value : p)
+              x.push_back(CSINT(value));
+            return post(x.data());
+          },
+      .holds = std::move(holds)};
 }
 
 // The first argument is the index, over all of them.
@@ -251,40 +264,19 @@ static SequenceRow chosen(const char* name, CSint* (*post)(CSint*, CSint**, int)
 }
 
 static const std::vector<SequenceRow> rows = {
-    unary("cs_EQ", cs_EQ, [](int x, const Values& p) { return x == p[0]; }),
-    unary("cs_NEQ", cs_NEQ, [](int x, const Values& p) { return x != p[0]; }),
-    unary("cs_LE", cs_LE, [](int x, const Values& p) { return x <= p[0]; }),
-    unary("cs_GE", cs_GE, [](int x, const Values& p) { return x >= p[0]; }),
-    unary("cs_LT", cs_LT, [](int x, const Values& p) { return x < p[0]; }),
-    unary("cs_GT", cs_GT, [](int x, const Values& p) { return x > p[0]; }),
-    {.name = "cs_InArray",
-        .weight = 3,
-        .count = {1, 1},
-        .lasting = false,
-        .parameters = some,
-        .post = [](Vars& x, Values& p) { return cs_InArray(x[0], p.data(), int(p.size())); },
-        .strong = keeping([](int x, const Values& p) { return listed(p, x); })},
-    {.name = "cs_NotInArray",
-        .weight = 6,
-        .count = {1, 1},
-        .lasting = false,
-        .parameters = some,
-        .post = [](Vars& x, Values& p) { return cs_NotInArray(x[0], p.data(), int(p.size())); },
-        .strong = keeping([](int x, const Values& p) { return !listed(p, x); })},
-    {.name = "cs_InInterval",
-        .weight = 6,
-        .count = {1, 1},
-        .lasting = false,
-        .parameters = interval,
-        .post = [](Vars& x, Values& p) { return cs_InInterval(x[0], p[0], p[1]); },
-        .strong = keeping([](int x, const Values& p) { return p[0] <= x && x <= p[1]; })},
-    {.name = "cs_NotInInterval",
-        .weight = 6,
-        .count = {1, 1},
-        .lasting = false,
-        .parameters = interval,
-        .post = [](Vars& x, Values& p) { return cs_NotInInterval(x[0], p[0], p[1]); },
-        .strong = keeping([](int x, const Values& p) { return x < p[0] || x > p[1]; })},
+    unary("cs_EQ", cs_EQ, isEqual),
+    unary("cs_NEQ", cs_NEQ, isUnequal),
+    unary("cs_LE", cs_LE, isAtMost),
+    unary("cs_GE", cs_GE, isAtLeast),
+    unary("cs_LT", cs_LT, isBelow),
+    unary("cs_GT", cs_GT, isAbove),
+    unary(
+        "cs_InArray", 3, some, isListed, [](Vars& x, Values& p) { return cs_InArray(x[0], p.data(), int(p.size())); }),
+    unary("cs_NotInArray", 6, some, isNotListed,
+        [](Vars& x, Values& p) { return cs_NotInArray(x[0], p.data(), int(p.size())); }),
+    unary("cs_InInterval", 6, interval, isInside, [](Vars& x, Values& p) { return cs_InInterval(x[0], p[0], p[1]); }),
+    unary("cs_NotInInterval", 6, interval, isOutside,
+        [](Vars& x, Values& p) { return cs_NotInInterval(x[0], p[0], p[1]); }),
     binary("cs_Eq", cs_Eq, naive::eq),
     binary("cs_Neq", cs_Neq, naive::neq),
     binary("cs_Le", cs_Le, naive::le),
@@ -299,12 +291,8 @@ static const std::vector<SequenceRow> rows = {
         .strong = differentInSpan,
         .weak = naive::forwardDifferent},
     {.name = "meddler", .weight = 8, .post = postMeddler, .strong = [](const Sets&, const Values&) { return true; }},
-    {.name = "cs_Add",
-        .weight = 3,
-        .functional = true,
-        .post = [](Vars& x, Values&) { return cs_Add(x[0], x[1]); },
-        .strong = sumWithHoles,
-        .weak = naive::linear},
+    functional(
+        "cs_Add", 3, {2, 2}, nullptr, sumWithHoles, naive::linear, [](Vars& x, Values&) { return cs_Add(x[0], x[1]); }),
     {.name = "cs_Sub",
         .weight = 3,
         .distinct = true,
@@ -312,39 +300,14 @@ static const std::vector<SequenceRow> rows = {
         .post = [](Vars& x, Values&) { return cs_Sub(x[0], x[1]); },
         .strong = asDifference(sumWithHoles),
         .weak = asDifference(naive::linear)},
-    {.name = "cs_Sigma",
-        .weight = 4,
-        .count = {2, 4},
-        .functional = true,
-        .post = [](Vars& x, Values&) { return cs_Sigma(x.data(), int(x.size())); },
-        .strong = naive::linear},
-    {.name = "cs_VAdd",
-        .weight = 4,
-        .count = {3, 3},
-        .functional = true,
-        .post = [](Vars& x, Values&) { return cs_VAdd(3, x[0], x[1], x[2]); },
-        .strong = naive::linear},
-    {.name = "cs_ScalProd",
-        .weight = 4,
-        .count = {1, 3},
-        .functional = true,
-        .parameters = coefficients,
-        .post =
-            [](Vars& x, Values& p) {
-              tame(x, p);
-              return cs_ScalProd(x.data(), p.data(), int(x.size()));
-            },
-        .strong = naive::linear},
-    {.name = "cs_VScalProd",
-        .weight = 4,
-        .functional = true,
-        .parameters = coefficients,
-        .post =
-            [](Vars& x, Values& p) {
-              tame(x, p);
-              return cs_VScalProd(2, x[0], x[1], p[0], p[1]);
-            },
-        .strong = naive::linear},
+    functional("cs_Sigma", 4, {2, 4}, nullptr, naive::linear, nullptr,
+        [](Vars& x, Values&) { return cs_Sigma(x.data(), int(x.size())); }),
+    functional("cs_VAdd", 4, {3, 3}, nullptr, naive::linear, nullptr,
+        [](Vars& x, Values&) { return cs_VAdd(3, x[0], x[1], x[2]); }),
+    functional("cs_ScalProd", 4, {1, 3}, drawn<-2, 2, 3>, naive::linear, nullptr,
+        [](Vars& x, Values& p) { return tame(x, p), cs_ScalProd(x.data(), p.data(), int(x.size())); }),
+    functional("cs_VScalProd", 4, {2, 2}, drawn<-2, 2, 3>, naive::linear, nullptr,
+        [](Vars& x, Values& p) { return tame(x, p), cs_VScalProd(2, x[0], x[1], p[0], p[1]); }),
     {.name = "cs_Mul",
         .weight = 4,
         .post = [](Vars& x, Values&) { return cs_Mul(x[0], x[1]); },
@@ -356,59 +319,39 @@ static const std::vector<SequenceRow> rows = {
         .value = [](auto& x, auto&) { return std::abs(int64_t(x[0])); }},
     // cs_Min and cs_Max aren't here: where steps of a bound merge they may let a wrong assignment stand, which is
     // known.
-    reifiedPair("cs_ReifLt", cs_ReifLt, naive::lt, swapped(naive::le)),
-    reifiedPair("cs_ReifLe", cs_ReifLe, naive::le, swapped(naive::lt)),
-    reifiedPair("cs_ReifGt", cs_ReifGt, swapped(naive::lt), naive::le),
-    reifiedPair("cs_ReifGe", cs_ReifGe, swapped(naive::le), naive::lt),
-    reifiedPair("cs_ReifEq", cs_ReifEq, naive::eq, naive::neq),
-    reifiedPair("cs_ReifNeq", cs_ReifNeq, naive::neq, naive::eq),
-    reifiedValue("cs_ReifLT", cs_ReifLT, isBelow, isAtLeast),
-    reifiedValue("cs_ReifLE", cs_ReifLE, isAtMost, isAbove),
-    reifiedValue("cs_ReifGT", cs_ReifGT, isAbove, isAtMost),
-    reifiedValue("cs_ReifGE", cs_ReifGE, isAtLeast, isBelow),
-    reifiedValue("cs_ReifEQ", cs_ReifEQ, isEqual, isUnequal),
-    reifiedValue("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
+    reified("cs_ReifLt", cs_ReifLt, naive::lt, swapped(naive::le)),
+    reified("cs_ReifLe", cs_ReifLe, naive::le, swapped(naive::lt)),
+    reified("cs_ReifGt", cs_ReifGt, swapped(naive::lt), naive::le),
+    reified("cs_ReifGe", cs_ReifGe, swapped(naive::le), naive::lt),
+    reified("cs_ReifEq", cs_ReifEq, naive::eq, naive::neq),
+    reified("cs_ReifNeq", cs_ReifNeq, naive::neq, naive::eq),
+    reified("cs_ReifLT", cs_ReifLT, isBelow, isAtLeast),
+    reified("cs_ReifLE", cs_ReifLE, isAtMost, isAbove),
+    reified("cs_ReifGT", cs_ReifGT, isAbove, isAtMost),
+    reified("cs_ReifGE", cs_ReifGE, isAtLeast, isBelow),
+    reified("cs_ReifEQ", cs_ReifEQ, isEqual, isUnequal),
+    reified("cs_ReifNEQ", cs_ReifNEQ, isUnequal, isEqual),
     tie("cs_IfEq", true, cs_IfEq, naive::ifEq),
     tie("cs_IfNeq", false, cs_IfNeq, naive::ifNeq),
-    {.name = "cs_Cumulative",
-        .weight = 4,
-        .parameters = tasks,
-        .post =
-            [](Vars& x, Values& p) {
-              addConstants(x, p);
-              return cs_Cumulative(&x[0], &x[2], &x[4], 2, x[6]);
-            },
-        .holds =
-            [](auto& v, auto& p) {
-              return isSchedule(v, {p[0], p[1]}, {p[2], p[3]}, p[4]);
-            }},
-    {.name = "cs_Disjunctive",
-        .weight = 4,
-        .parameters = tasks,
-        .post =
-            [](Vars& x, Values& p) {
-              addConstants(x, p);
-              return cs_Disjunctive(&x[0], &x[2], 2);
-            },
-        .holds =
-            [](auto& v, auto& p) {
-              return isSchedule(v, {p[0], p[1]}, {1, 1}, 1);
-            }},
+    tasks(
+        "cs_Cumulative", [](CSint** x) { return cs_Cumulative(x, x + 2, x + 4, 2, x[6]); },
+        [](auto& v, auto& p) {
+          return isSchedule(v, {p[0], p[1]}, {p[2], p[3]}, p[4]);
+        }),
+    tasks(
+        "cs_Disjunctive", [](CSint** x) { return cs_Disjunctive(x, x + 2, 2); },
+        [](auto& v, auto& p) {
+          return isSchedule(v, {p[0], p[1]}, {1, 1}, 1);
+        }),
     {.name = "cs_OccurConstraints",
         .weight = 4,
         .count = {2, 5},
-        .parameters = one,
+        .parameters = drawn<-6, 13>,
         .post = [](Vars& x, Values& p) { return cs_OccurConstraints(x[0], p[0], x.data() + 1, int(x.size()) - 1); },
         .strong = occurrences<0, true>,
         .weak = occurrences<0, false>},
-    {.name = "cs_OccurDomain",
-        .weight = 4,
-        .count = {1, 4},
-        .functional = true,
-        .parameters = one,
-        .post = [](Vars& x, Values& p) { return cs_OccurDomain(p[0], x.data(), int(x.size())); },
-        .strong = occurrences<-1, true>,
-        .weak = occurrences<-1, false>},
+    functional("cs_OccurDomain", 4, {1, 4}, drawn<-6, 13>, occurrences<-1, true>, occurrences<-1, false>,
+        [](Vars& x, Values& p) { return cs_OccurDomain(p[0], x.data(), int(x.size())); }),
     {.name = "cs_Regular",
         .weight = 6,
         .count = {1, 5},
@@ -428,6 +371,9 @@ static uint64_t environment(const char* name, uint64_t otherwise)
   return text && *text ? strtoull(text, nullptr, 10) : otherwise;
 }
 
+static uint64_t firstSeed() { return environment("KU_SEED", 1); }
+static double seconds() { return double(environment("KU_SECONDS", 3)); }
+
 TEST(Sequences, KeptCases)
 {
   for (SequenceCase which : keptCases) {
@@ -440,8 +386,7 @@ TEST(Sequences, KeptCases)
 TEST(Sequences, Random)
 {
   uint64_t done = 0;
-  std::string fault = runSequences(rows, environment("KU_SEED", 1), environment("KU_SEQUENCES", UINT64_MAX),
-      double(environment("KU_SECONDS", 3)), &done);
+  std::string fault = runSequences(rows, firstSeed(), environment("KU_SEQUENCES", UINT64_MAX), seconds(), &done);
   if (!fault.empty())
     ADD_FAILURE() << fault;
   printf("%llu sequences\n", static_cast<unsigned long long>(done));
@@ -452,7 +397,7 @@ TEST(Sequences, Random)
 // calls that go on after a failure. Variables may then be wider than a constraint knew them, attachments be taken in
 // place of others, and events tell of bounds from before. The answers mean nothing; but nothing may be read or written
 // outside a table or after its end, which the address sanitizer sees, and nothing may be left over.
-static void runWild(uint64_t seed)
+static std::string runWild(uint64_t seed, char*, size_t)
 {
   Random random(seed);
   cs_init();
@@ -477,70 +422,33 @@ static void runWild(uint64_t seed)
     } else if (way < 5) {
       cs_saveContext();
       depth++;
-    } else if (way < 6 && depth > 0) {
-      cs_acceptContext();
-      depth--;
     } else if (way < 7 && depth > 0) {
-      cs_restoreContext();
+      way < 6 ? cs_acceptContext() : cs_restoreContext();
       depth--;
     } else {
-      (void)(way == 7            ? cs_NEQ(v, value)
-             : way == 8          ? cs_GE(v, value)
-             : random.chance(50) ? cs_LE(v, value)
-                                 : cs_EQ(v, value));
+      static constexpr int (*narrow[])(CSint*, int) = {cs_NEQ, cs_GE, cs_LE, cs_EQ};
+      narrow[way == 7 ? 0 : way == 8 ? 1 : random.chance(50) ? 2 : 3](v, value);
     }
   }
   cs_end();
-}
-
-// Runs from a seed on until the time is up. The seed that ran last is told beyond the end of the child.
-static int runWildInChild(uint64_t* seed, double seconds)
-{
-  fflush(nullptr);
-  pid_t child = fork();
-  if (child == 0) {
-    const rlimit noCore = {};
-    setrlimit(RLIMIT_CORE, &noCore);
-    const auto start = std::chrono::steady_clock::now();
-    const size_t before = heap::live();
-    for (; std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() < seconds; ++*seed) {
-      alarm(60);
-      runWild(*seed);
-      if (heap::live() != before)
-        _exit(2);
-    }
-    _exit(0);
-  }
-  int status = -1;
-  return child > 0 && waitpid(child, &status, 0) == child ? status : -1;
+  return "";
 }
 
 // A variable whose count of values no longer fits its bounds can stop the process with an assertion, cleanly.
 TEST(Sequences, WildAcceptsAndFailures)
 {
-  void* memory = mmap(nullptr, sizeof(uint64_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(memory, MAP_FAILED);
-  auto* seed = static_cast<uint64_t*>(memory);
-  const uint64_t first = environment("KU_SEED", 1);
-  *seed = first;
-  uint64_t stopped = 0;
+  uint64_t done = 0, stopped = 0;
   const auto start = std::chrono::steady_clock::now();
-  const double seconds = double(environment("KU_SECONDS", 3));
-  double rest = seconds;
-  do {
-    int status = runWildInChild(seed, rest);
-    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT)
-      stopped++;
-    else
-      ASSERT_EQ(status, 0) << "KU_SEED=" << *seed;
-    ++*seed;
-    rest = seconds - std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  } while (rest > 0);
-  const uint64_t done = *seed - first;
+  for (double rest = seconds(); rest > 0 || done == 0;) {
+    ChildRun run = runInChild(runWild, firstSeed() + done, UINT64_MAX, rest);
+    ASSERT_TRUE(run.fault.empty() || run.fault == "died: Aborted") << run.fault << ", KU_SEED=" << run.seed;
+    done += run.done + !run.fault.empty();
+    stopped += !run.fault.empty();
+    rest = seconds() - std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  }
   printf("%llu sequences, %llu of them stopped\n", static_cast<unsigned long long>(done),
       static_cast<unsigned long long>(stopped));
   EXPECT_GT(done, 20 * stopped);
-  munmap(memory, sizeof(uint64_t));
 }
 
 TEST(Sequences, CatchFaultsCrashesAndLeaks)
@@ -550,24 +458,21 @@ TEST(Sequences, CatchFaultsCrashesAndLeaks)
     table.push_back(std::move(row));
     return runSequences(table, 1, 500, 60);
   };
-  SequenceRow weak = binary("weak", cs_Le, naive::lt);
-  EXPECT_NE(wrong(weak).find("by the model"), std::string::npos);
-  SequenceRow strong = binary("strong", cs_Lt, naive::le);
-  EXPECT_NE(wrong(strong).find("by the model"), std::string::npos);
-  SequenceRow unsound = {.name = "unsound",
-      .post = [](Vars& x, Values&) { return cs_Lt(x[0], x[1]); },
-      .holds = [](auto& v, auto&) { return v[0] <= v[1]; }};
-  EXPECT_NE(wrong(unsound).find("by the model"), std::string::npos);
-  unsound.holds = [](auto& v, auto&) { return v[0] < v[1]; };
-  EXPECT_EQ(wrong(unsound), "");
-
-  SequenceRow crash = binary("crash", cs_Lt, naive::lt);
-  crash.post = [](Vars&, Values&) -> int { abort(); };
-  EXPECT_NE(wrong(crash).find("died: Aborted"), std::string::npos);
-  SequenceRow leak = binary("leak", cs_Lt, naive::lt);
-  leak.post = [](Vars& x, Values&) {
+  auto expectCaught = [&](SequenceRow row, const char* text) {
+    EXPECT_NE(wrong(std::move(row)).find(text), std::string::npos) << text;
+  };
+  expectCaught(binary("weak", cs_Le, naive::lt), "by the model");
+  expectCaught(binary("strong", cs_Lt, naive::le), "by the model");
+  SequenceRow row = {.name = "unsound", .post = [](Vars& x, Values&) { return cs_Lt(x[0], x[1]); }};
+  row.holds = [](auto& v, auto&) { return v[0] <= v[1]; };
+  expectCaught(row, "by the model");
+  row.holds = [](auto& v, auto&) { return v[0] < v[1]; };
+  EXPECT_EQ(wrong(row), "");
+  row.post = [](Vars&, Values&) -> int { abort(); };
+  expectCaught(row, "died: Aborted");
+  row.post = [](Vars& x, Values&) {
     cs_getDomain(x[0]);
     return cs_Lt(x[0], x[1]);
   };
-  EXPECT_NE(wrong(leak).find("blocks are left"), std::string::npos);
+  expectCaught(row, "blocks are left");
 }

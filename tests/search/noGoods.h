@@ -10,11 +10,9 @@
 
 namespace kit {
 
-inline std::string textOf(const ValueSelection& s)
-{
-  static const char* const sign[] = {"=", "!", "<=", "<", ">=", ">"};
-  return sign[s.method] + std::to_string(s.value);
-}
+inline constexpr const char* signs[] = {"=", "!", "<=", "<", ">=", ">"}; ///< of the methods
+
+inline std::string textOf(const ValueSelection& s) { return signs[s.method] + std::to_string(s.value); }
 
 /// "[0=1 2>3]": positions, methods and values.
 inline std::string textOf(const NoGood* noGood)
@@ -70,8 +68,8 @@ inline bool forbids(const NoGood* noGood, const Values& values)
   for (int i = 0; i < noGood->_nbElements; i++) {
     const NoGoodElement& e = noGood->_elements[i];
     const int value = values[size_t(e.index)];
-    const bool holds[] = {
-        value == e.value, value != e.value, value <= e.value, value<e.value, value >= e.value, value> e.value};
+    const bool below = e.value > value, equal = e.value == value, above = value > e.value;
+    const bool holds[] = {equal, !equal, !above, below, !below, above};
     if (!holds[e.method])
       return false;
   }

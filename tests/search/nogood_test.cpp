@@ -9,21 +9,23 @@
 
 using namespace kit;
 
-struct Decision
+static void add(NoGoodSet* set, std::vector<NoGoodElement> elements)
 {
-  int position, method, value;
-};
-
-static void add(NoGoodSet* set, const std::vector<Decision>& decisions)
-{
-  std::vector<NoGoodElement> elements;
-  for (const Decision& d : decisions)
-    elements.push_back({{d.method, d.value}, d.position});
   EXPECT_TRUE(rcsAddNewNoGood(set, elements.data(), int(elements.size())));
 }
 
-static constexpr Decision a = {0, CS_SELECT_EQ, 1}, b = {1, CS_SELECT_LE, 2}, c = {2, CS_SELECT_GT, 3},
-                          d = {2, CS_SELECT_NEQ, 3};
+/// As textOf writes it: "0=1 1<=2".
+static void add(NoGoodSet* set, const char* text)
+{
+  std::vector<NoGoodElement> elements;
+  int position, value, length;
+  char sign[3];
+  for (; sscanf(text, "%d%2[=!<>]%d%n", &position, sign, &value, &length) == 3; text += length) {
+    int method = int(std::find(signs, signs + 6, std::string(sign)) - signs);
+    elements.push_back({{method, value}, position});
+  }
+  add(set, std::move(elements));
+}
 
 class NoGoods : public SolverTest
 {
@@ -31,8 +33,7 @@ protected:
   void SetUp() override
   {
     SolverTest::SetUp();
-    for (int i = 0; i < 3; i++)
-      x.push_back(cs_createCSint(0, 9));
+    x = {makeVar("{0..9}"), makeVar("{0..9}"), makeVar("{0..9}")};
     set = cs_createNoGoodSet(x.data(), 3, nullptr, 0, nullptr, nullptr);
   }
 
@@ -48,41 +49,38 @@ static int dropShort(NoGoodSet*, NoGood* noGood, CSint**, int, void* least)
 TEST_F(NoGoods, WhatIsKept)
 {
   EXPECT_EQ(cs_createNoGoodSet(x.data(), 0, nullptr, 0, nullptr, nullptr), nullptr);
-  add(set, {a, b, c});
-  add(set, {a, b, c});
-  add(set, {a, b, d});
-  add(set, {b, a, c});
-  add(set, {a, b, c});
+  for (const char* each : {"0=1 1<=2 2>3", "0=1 1<=2 2>3", "0=1 1<=2 2!3", "1<=2 0=1 2>3", "0=1 1<=2 2>3"})
+    add(set, each);
   EXPECT_EQ(textOf(set), "[1<=2 0=1 2>3][0=1 1<=2 2!3][0=1 1<=2 2>3]");
   // A beginning takes the place of those that it begins, and they stay away.
-  add(set, {a, b});
-  add(set, {a, b, d});
+  add(set, "0=1 1<=2");
+  add(set, "0=1 1<=2 2!3");
   EXPECT_EQ(textOf(set), "[0=1 1<=2][1<=2 0=1 2>3]");
   cs_setMaxNbNoGoods(set, -1);
-  add(set, {c, a});
+  add(set, "2>3 0=1");
   EXPECT_EQ(cs_getNbNoGoods(set), 3);
   cs_setMaxNbNoGoods(set, 2);
   EXPECT_EQ(textOf(set), "[2>3 0=1][0=1 1<=2]");
-  add(set, {d});
+  add(set, "2!3");
   EXPECT_EQ(textOf(set), "[2!3][2>3 0=1]");
   cs_setMaxNbNoGoods(set, 0);
-  add(set, {{0, CS_SELECT_LE, 2}, c});
-  add(set, {b, c});
+  add(set, "0<=2 2>3");
+  add(set, "1<=2 2>3");
   EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2!3][2>3 0=1]");
   static int least = 2;
   set->_data = &least;
   cs_filterNoGood(set, dropShort);
   EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2>3 0=1]");
   set->_filter = dropShort;
-  add(set, {a});
+  add(set, "0=1");
   EXPECT_EQ(cs_getNbNoGoods(set), 3);
   // A client's positions are held against the length.
   const int positions[] = {1, 0}, wrong[] = {0, 2}, negative[] = {-1, 0};
   const ValueSelection decisions[] = {{CS_SELECT_EQ, 7}, {CS_SELECT_LT, 4}};
   cs_addNoGood(set, positions, decisions, 2);
   EXPECT_EQ(textOf(set), "[1=7 0<4][1<=2 2>3][0<=2 2>3][2>3 0=1]");
-  EXPECT_DEATH(cs_addNoGood(set, wrong, decisions, 2), "Assertion `0' failed");
-  EXPECT_DEATH(cs_addNoGood(set, negative, decisions, 2), "Assertion `0' failed");
+  for (const int* each : {wrong, negative})
+    EXPECT_DEATH(cs_addNoGood(set, each, decisions, 2), "Assertion `0' failed");
   int position = 7;
   ValueSelection untouched = {CS_SELECT_GT, 8};
   cs_getNoGoodElementAt(&position, &untouched, set->_first, -1);
@@ -90,24 +88,18 @@ TEST_F(NoGoods, WhatIsKept)
   EXPECT_EQ(textOf(untouched), ">8");
 }
 
-static int nbEnded, nbAtTheEnd;
-
 TEST_F(NoGoods, TheEndOfASetAndAMaximumBelowZero)
 {
+  static int nbAtTheEnd;
+  nbAtTheEnd = 0;
+  auto end = [](NoGoodSet* ending, void* sum) { *static_cast<int*>(sum) += cs_getNbNoGoods(ending); };
   cs_saveContext();
-  NoGoodSet* inner = cs_createNoGoodSet(
-      x.data(), 3, nullptr, -1,
-      [](NoGoodSet* ending, void* data) {
-        nbEnded += data == &nbEnded;
-        nbAtTheEnd = cs_getNbNoGoods(ending);
-      },
-      &nbEnded);
+  NoGoodSet* inner = cs_createNoGoodSet(x.data(), 3, nullptr, -1, end, &nbAtTheEnd);
   EXPECT_STREQ(x[0]->_constraints->_constraint->_info->_function, "cs_createNoGoodSet");
-  for (const Decision& each : {a, b, c})
-    add(inner, {each});
-  EXPECT_EQ(nbEnded, 0);
+  for (const char* each : {"0=1", "1<=2", "2>3"})
+    add(inner, each);
+  EXPECT_EQ(nbAtTheEnd, 0);
   cs_restoreContext();
-  EXPECT_EQ(nbEnded, 1);
   EXPECT_EQ(nbAtTheEnd, 1);
 }
 
@@ -119,26 +111,24 @@ TEST_F(NoGoods, TheLastOpenDecisionIsForbiddenAtTheNextEvent)
     for (int method = 0; method < 6; method++)
       for (int i = 0; i < 14; i++) {
         cs_saveContext();
-        Vars v = {makeVar(domain)};
-        NoGoodSet* one = cs_createNoGoodSet(v.data(), 1, nullptr, 0, nullptr, nullptr);
-        std::vector<Decision> decisions = {{0, method, i % 7}};
+        CSint* v = makeVar(domain);
+        NoGoodSet* one = cs_createNoGoodSet(&v, 1, nullptr, 0, nullptr, nullptr);
+        std::vector<NoGoodElement> decisions = {{{method, i % 7}, 0}};
         if (i >= 7)
-          decisions.push_back({0, CS_SELECT_GE, 2});
+          decisions.push_back({{CS_SELECT_GE, 2}, 0});
         add(one, decisions);
-        Values left = valuesOf(v[0]);
+        Values left = valuesOf(v);
         left.pop_back();
         std::erase_if(left, [&](int each) { return forbids(one->_first, {each}); });
-        EXPECT_EQ(cs_LE(v[0], 8), !left.empty()) << textOf(one) << " on " << domain;
-        if (!left.empty()) {
-          EXPECT_EQ(textOf(v[0]), textOf(left)) << textOf(one) << " on " << domain;
-        }
+        EXPECT_EQ(cs_LE(v, 8) ? textOf(v) : "fails", left.empty() ? "fails" : textOf(left))
+            << textOf(one) << " on " << domain;
         cs_restoreContext();
       }
 }
 
 TEST_F(NoGoods, AWatchMovesHalfWayAlong)
 {
-  add(set, {a, {1, CS_SELECT_NEQ, 5}, b, c, {2, CS_SELECT_NEQ, 9}});
+  add(set, "0=1 1!5 1<=2 2>3 2!9");
   EXPECT_TRUE(cs_EQ(x[0], 1));
   EXPECT_EQ(set->_first->_p1, 3);
   EXPECT_EQ(set->_first->_p2, 1);
@@ -153,15 +143,15 @@ TEST_F(NoGoods, AWatchMovesHalfWayAlong)
 
 TEST_F(NoGoods, WhatFiresComesToTheFront)
 {
-  add(set, {a, b});
-  add(set, {c});
+  add(set, "0=1 1<=2");
+  add(set, "2>3");
   cs_saveContext();
   EXPECT_FALSE(cs_EQ(x[0], 1) && cs_EQ(x[1], 2));
   EXPECT_EQ(textOf(set), "[2>3][0=1 1<=2]") << "narrowing isn't firing";
   cs_restoreContext();
   // Both elements come to hold in one flush.
   cs_Eq(x[0], x[1]);
-  add(set, {d, a});
+  add(set, "2!3 0=1");
   cs_saveContext();
   EXPECT_FALSE(cs_EQ(x[0], 1));
   EXPECT_EQ(textOf(set), "[0=1 1<=2][2!3 0=1][2>3]");
@@ -172,7 +162,7 @@ TEST_F(NoGoods, WhatFiresComesToTheFront)
   EXPECT_EQ(textOf(set), "[0=1 1<=2][2!3 0=1][2>3]");
   cs_restoreContext();
   // Not during a walk.
-  add(set, {a, {2, CS_SELECT_EQ, 5}});
+  add(set, "0=1 2=5");
   rcsReduceNoGood(set);
   EXPECT_EQ(textOf(set), "[0=1 2=5][0=1 1<=2][2!3 0=1][2>3]");
   cs_filterNoGood(set, [](NoGoodSet*, NoGood*, CSint** vars, int, void*) {
@@ -188,43 +178,33 @@ TEST_F(NoGoods, ReductionDropsWhatIsNeedless)
 {
   cs_Neq(x[0], x[2]);
   Snapshot before(x);
+  auto reduce = [&](std::initializer_list<const char*> added) {
+    for (const char* each : added)
+      add(set, each);
+    rcsReduceNoGood(set);
+    return textOf(set);
+  };
   // The third fails on the first alone, so the second isn't needed; what lies behind goes, too.
-  add(set, {a, b, {2, CS_SELECT_EQ, 1}, {1, CS_SELECT_EQ, 0}});
-  rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[0=1 2=1]");
+  EXPECT_EQ(reduce({"0=1 1<=2 2=1 1=0"}), "[0=1 2=1]");
   // Only elements next to the one that fails are tried.
-  add(set, {{1, CS_SELECT_GE, 7}, {0, CS_SELECT_EQ, 2}, {1, CS_SELECT_NEQ, 8}, {2, CS_SELECT_EQ, 2}});
-  rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[1>=7 0=2 2=2][0=1 2=1]");
+  EXPECT_EQ(reduce({"1>=7 0=2 1!8 2=2"}), "[1>=7 0=2 2=2][0=1 2=1]");
   // The walk ends at one that can't be shortened.
   cs_setMaxNbNoGoods(set, 2);
-  add(set, {{0, CS_SELECT_EQ, 3}, b, {2, CS_SELECT_EQ, 3}});
-  add(set, {{0, CS_SELECT_EQ, 4}, {2, CS_SELECT_EQ, 5}});
-  rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[0=4 2=5][0=3 1<=2 2=3]");
-  rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[0=4 2=5][0=3 2=3]");
+  EXPECT_EQ(reduce({"0=3 1<=2 2=3", "0=4 2=5"}), "[0=4 2=5][0=3 1<=2 2=3]");
+  EXPECT_EQ(reduce({}), "[0=4 2=5][0=3 2=3]");
   // As long as each is shortened the walk goes on.
-  for (int value : {6, 7})
-    add(set, {{0, CS_SELECT_EQ, value}, b, {2, CS_SELECT_EQ, value}});
-  rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[0=7 2=7][0=6 2=6]");
+  EXPECT_EQ(reduce({"0=6 1<=2 2=6", "0=7 1<=2 2=7"}), "[0=7 2=7][0=6 2=6]");
   // A first element that fails by itself teaches nothing.
-  add(set, {{0, CS_SELECT_EQ, 10}, a});
-  rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[0=10 0=1][0=7 2=7]");
+  EXPECT_EQ(reduce({"0=10 0=1"}), "[0=10 0=1][0=7 2=7]");
   EXPECT_EQ(before.changesOfVars(), "");
 }
 
 TEST_F(NoGoods, AWalkGoesOnWhereItsNextNodeHasGone)
 {
-  add(set, {{0, CS_SELECT_GE, 1}, {1, CS_SELECT_EQ, 5}});
-  // What would narrow if it were asked for its own variable.
-  add(set, {{2, CS_SELECT_EQ, 3}});
-  add(set, {{2, CS_SELECT_GE, 0}, {1, CS_SELECT_EQ, 2}});
-  add(set, {{1, CS_SELECT_EQ, 3}, {2, CS_SELECT_GE, 0}});
-  add(set, {{0, CS_SELECT_GE, 3}, {0, CS_SELECT_GE, 4}, {1, CS_SELECT_EQ, 7}, {2, CS_SELECT_EQ, 7}});
-  // Both watches of the newest leave for the lists of other variables, and the walk with the first, to x[2].
+  // Both watches of the newest leave for the lists of other variables, and the walk with the first, to x[2]. The three
+  // in the middle would narrow if they were asked for their own variable.
+  for (const char* each : {"0>=1 1=5", "2=3", "2>=0 1=2", "1=3 2>=0", "0>=3 0>=4 1=7 2=7"})
+    add(set, each);
   EXPECT_TRUE(cs_GE(x[0], 5));
   EXPECT_EQ(set->_first->_p1, 3);
   EXPECT_EQ(set->_first->_p2, 2);
@@ -235,9 +215,8 @@ TEST_F(NoGoods, AWalkGoesOnWhereItsNextNodeHasGone)
 
 TEST_F(NoGoods, AWalkGoesWithTheSecondWatchToo)
 {
-  add(set, {{0, CS_SELECT_GE, 1}, {1, CS_SELECT_EQ, 5}});
-  add(set,
-      {{1, CS_SELECT_LE, 8}, {0, CS_SELECT_GE, 3}, {2, CS_SELECT_EQ, 7}, {0, CS_SELECT_GE, 4}, {2, CS_SELECT_EQ, 8}});
+  add(set, "0>=1 1=5");
+  add(set, "1<=8 0>=3 2=7 0>=4 2=8");
   EXPECT_TRUE(cs_LE(x[1], 8)); // now the first watch stands in front of the second
   EXPECT_TRUE(cs_GE(x[0], 5));
   EXPECT_EQ(set->_first->_p1, 4);
@@ -247,16 +226,12 @@ TEST_F(NoGoods, AWalkGoesWithTheSecondWatchToo)
   EXPECT_EQ(textOf(x[1]), "{0..4, 6..8}");
 }
 
-static std::vector<Values> assignments;
-
 static std::vector<Values> allOf(Vars& v)
 {
+  static std::vector<Values> assignments;
   assignments.clear();
-  cs_findAll(v.data(), int(v.size()), cs_findFreeVar, [](CSint** vars, int n) {
-    assignments.emplace_back();
-    for (int i = 0; i < n; i++)
-      assignments.back().push_back(cs_getValue(vars[i]));
-  });
+  cs_findAll(
+      v.data(), int(v.size()), cs_findFreeVar, [](CSint** vars, int n) { assignments.push_back(valuesOf(vars, n)); });
   return assignments;
 }
 
@@ -266,40 +241,36 @@ TEST_F(NoGoods, ForbidExactlyWhatTheySay)
 {
   size_t nbForbidden = 0;
   for (uint64_t trial = 0; trial < 400; trial++) {
+    SCOPED_TRACE(trial);
     Random random(seedOf("NoGoods", trial));
     cs_saveContext();
     const bool exact = random.chance(50);
-    int n = random.pick(1, 4);
+    const int n = random.pick(1, 4);
     Vars v;
-    for (int i = 0; i < n; i++)
+    while (int(v.size()) < n)
       v.push_back(makeVar(random.chance(50) ? "{0..3}" : "{-1, 1, 2, 4}"));
     std::vector<Values> expected = allOf(v);
-    const size_t nbAll = expected.size();
     NoGoodSet* some = cs_createNoGoodSet(v.data(), n, nullptr, 0, nullptr, nullptr);
     for (int i = random.pick(1, 6); i > 0; i--) {
-      std::vector<Decision> noGood;
+      std::vector<NoGoodElement> noGood;
       for (int length = random.pick(1, 5); length > 0; length--) {
-        Decision e = {random.pick(0, n - 1), random.pick(0, 5), random.pick(-1, 4)};
-        auto sameVariable = [&](const Decision& other) { return other.position == e.position; };
-        if (!exact || std::none_of(noGood.begin(), noGood.end(), sameVariable))
-          noGood.push_back(e);
+        const int position = random.pick(0, n - 1), method = random.pick(0, 5), value = random.pick(-1, 4);
+        auto same = [=](const NoGoodElement& other) { return other.index == position; };
+        if (!exact || std::none_of(noGood.begin(), noGood.end(), same))
+          noGood.push_back({{method, value}, position});
       }
       add(some, noGood);
     }
-    std::erase_if(expected, [&](const Values& values) {
-      bool forbidden = false;
-      for (const NoGood* e = some->_first; e; e = e->_next)
-        forbidden = forbidden || forbids(e, values);
-      return forbidden;
+    nbForbidden += std::erase_if(expected, [&](const Values& values) {
+      const NoGood* e = some->_first;
+      while (e && !forbids(e, values))
+        e = e->_next;
+      return e != nullptr;
     });
     const std::vector<Values> solutions = allOf(v);
-    if (exact)
-      EXPECT_EQ(solutions, expected) << "trial " << trial;
-    else
-      EXPECT_TRUE(std::includes(solutions.begin(), solutions.end(), expected.begin(), expected.end()))
-          << "trial " << trial;
-    EXPECT_EQ(flawsOf(some), "") << "trial " << trial;
-    nbForbidden += nbAll - expected.size();
+    EXPECT_TRUE(std::includes(solutions.begin(), solutions.end(), expected.begin(), expected.end()));
+    EXPECT_TRUE(!exact || solutions == expected);
+    EXPECT_EQ(flawsOf(some), "");
     cs_restoreContext();
   }
   EXPECT_GT(nbForbidden, 5000u);

@@ -5,7 +5,6 @@
 #include "snapshot.h"
 #include "solver.h"
 
-#include <cstdlib>
 #include <malloc.h>
 #include <sstream>
 
@@ -23,25 +22,21 @@ static std::string solveOnce()
   CSint** row = cs_createCSintArray(5, 1, 6);
   CSint* last = cs_createNamedCSint(0, 9, "last");
   const int odd[] = {1, 3, 5, 7};
-  CSint* other = cs_createCSintFromDomain(odd, 4);
   Vars vars(row, row + 5);
   vars.push_back(last);
-  vars.push_back(other);
-  int posted = cs_AllNeq(row, 5) && cs_Lt(row[0], row[1]) && cs_Le(row[1], last) && cs_Eq(row[2], other) &&
-               cs_Neq(row[3], last) && cs_NEQ(last, 4);
+  vars.push_back(cs_createCSintFromDomain(odd, 4));
+  story << (cs_AllNeq(row, 5) && cs_Lt(row[0], row[1]) && cs_Le(row[1], last) && cs_Eq(row[2], vars[6]) &&
+            cs_Neq(row[3], last) && cs_NEQ(last, 4));
   int label = cs_saveContext();
   nbFound = 0;
-  int all = cs_findAll(row, 5, cs_findFreeVarNbElements, countSolution);
-  story << posted << all << " " << nbFound << " " << cs_getNbFails() << " " << cs_getNbChoicePoints();
+  story << cs_findAll(row, 5, cs_findFreeVarNbElements, countSolution) << " " << nbFound << " " << counters();
   cs_EQ(row[0], 4);
-  int some = cs_search(vars.data(), int(vars.size()), cs_findFreeVar);
-  story << " " << some << " " << cs_getNbFails() << " " << cs_getNbChoicePoints();
+  story << cs_search(vars.data(), int(vars.size()), cs_findFreeVar) << " " << counters();
   for (const CSint* v : vars)
     story << " " << textOf(v);
   if (nbFound % 2)
     cs_restoreContextUntil(label);
-  Profiler* profiler = cs_createProfiler(CS_PROFILER_CONSTRAINTS);
-  cs_enableProfiler(profiler);
+  cs_enableProfiler(cs_createProfiler(CS_PROFILER_CONSTRAINTS));
   story << " " << cs_GE(last, 5) << textOf(last) << cs_getErr();
   cs_end();
   return story.str();
@@ -73,9 +68,7 @@ TEST_F(LongSearch, AllocatesNothingInTheSteadyState)
   auto run = [&] {
     nbFound = 0;
     EXPECT_TRUE(cs_findAll(x.data(), 7, cs_findFreeVar, countSolution));
-    std::ostringstream story;
-    story << nbFound << " solutions, " << cs_getNbChoicePoints() << " choice points, " << cs_getNbFails() << " fails";
-    return story.str();
+    return std::to_string(nbFound) + " solutions, " + counters();
   };
   Snapshot before(x);
   std::string first = run();
@@ -84,20 +77,16 @@ TEST_F(LongSearch, AllocatesNothingInTheSteadyState)
   uint64_t asked = heap::asked();
   EXPECT_EQ(run(), first);
   EXPECT_EQ(heap::asked(), asked);
-
   // The selector driver, with a client that wants them all.
-  ValueSelector* selectors[7];
-  for (auto& selector : selectors)
-    selector = cs_getValueSelector(CS_MIN_TO_MAX);
+  std::vector<ValueSelector*> selectors(7, cs_getValueSelector(CS_MIN_TO_MAX));
   SearchNotify* all = cs_createSearchNotify(nullptr);
   cs_searchNotifySetFound(all, [](int, CSint**, int, void*) {
     nbFound++;
     return 0;
   });
-  int found = nbFound, choicePoints = cs_getNbChoicePoints();
-  nbFound = 0;
+  int found = std::exchange(nbFound, 0), choicePoints = cs_getNbChoicePoints();
   asked = heap::asked();
-  EXPECT_FALSE(cs_searchValueSelectorFail(x.data(), selectors, 7, firstFree, 0, all));
+  EXPECT_FALSE(cs_searchValueSelectorFail(x.data(), selectors.data(), 7, firstFree, 0, all));
   EXPECT_EQ(nbFound, found);
   EXPECT_EQ(cs_getNbChoicePoints(), choicePoints);
   EXPECT_EQ(heap::asked(), asked);
@@ -109,15 +98,14 @@ TEST_F(LongSearch, TheSetsOfTriedValuesAreFreedOnEachWayOut)
 {
   Vars x = {makeVar("{0..5}"), makeVar("{0..5}"), makeVar("{0..5}")};
   cs_Neq(x[0], x[1]), cs_Neq(x[1], x[2]), cs_Neq(x[0], x[2]);
-  for (int i = 0; i < 3; i++)
-    cs_NEQ(x[size_t(i)], 3);
+  cs_NEQ(x[0], 3), cs_NEQ(x[1], 3), cs_NEQ(x[2], 3);
   static int cancelAt;
   auto rate = [](int, int value) {
     if (cs_getNbChoicePoints() == cancelAt)
       cs_cancelSearch();
     return value == 1 ? INT32_MAX : 0;
   };
-  auto search = [&](int n, int fails, int at) {
+  auto search = [&](int n, int fails = 0, int at = -1) {
     int label = cs_saveContext();
     cancelAt = at;
     size_t live = heap::live();
@@ -126,9 +114,9 @@ TEST_F(LongSearch, TheSetsOfTriedValuesAreFreedOnEachWayOut)
     cs_restoreContextUntil(label);
     return found;
   };
-  EXPECT_TRUE(search(3, 0, -1));
+  EXPECT_TRUE(search(3));
   cs_LE(x[0], 1), cs_LE(x[1], 1), cs_LE(x[2], 1);
-  EXPECT_FALSE(search(3, 0, -1));
-  EXPECT_FALSE(search(3, 1, -1));
+  EXPECT_FALSE(search(3));
+  EXPECT_FALSE(search(3, 1));
   EXPECT_FALSE(search(2, 0, 1));
 }

@@ -183,4 +183,21 @@ void SolverTest::TearDown()
   cs_end();
 }
 
+Vars pigeons()
+{
+  Vars v = {makeVar("{3, 7}"), makeVar("{3, 7}"), makeVar("{3, 7}")};
+  cs_Neq(v[0], v[1]);
+  cs_Neq(v[1], v[2]);
+  cs_Neq(v[0], v[2]);
+  return v;
+}
+
+Values valuesOf(CSint** vars, int n)
+{
+  Values values;
+  for (int i = 0; i < n; i++)
+    values.push_back(cs_getValue(vars[i]));
+  return values;
+}
+
 } // namespace kit

@@ -62,6 +62,18 @@ protected:
   bool ended = false; ///< set by a test that has called cs_end itself
 };
 
+/// The counters of the last search: "2 choices 1 fails".
+inline std::string counters()
+{
+  return std::to_string(cs_getNbChoicePoints()) + " choices " + std::to_string(cs_getNbFails()) + " fails";
+}
+
+/// Three variables that must differ pairwise and have two values: only search sees that there is no solution.
+Vars pigeons();
+
+/// The values of instantiated variables.
+Values valuesOf(CSint** vars, int n);
+
 } // namespace kit
 
 #endif
