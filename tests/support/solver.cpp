@@ -79,6 +79,14 @@ CSint* makeVar(const std::string& text)
   return cs_createCSintFromDomain(values.data(), int(values.size()));
 }
 
+Vars varsOf(const std::vector<std::string>& texts)
+{
+  Vars vars;
+  for (const std::string& text : texts)
+    vars.push_back(makeVar(text));
+  return vars;
+}
+
 static CSint* withHoles(CSint* v, const Values& ascending)
 {
   cs_GE(v, ascending.front());

@@ -29,6 +29,7 @@ Values valuesOf(const CSint* v);
 
 /// A new variable from such a text; braces are optional: makeVar("1..9"), makeVar("{-3, 1..4}"), makeVar("7").
 CSint* makeVar(const std::string& text);
+Vars varsOf(const std::vector<std::string>& texts);
 
 /// A new variable of the values, made in one of several ways that differ in what lies behind the domain: a plain range,
 /// a bit-set, a range that was wider before, a bit-set whose bits are all on again. `way` picks one.
