@@ -26,7 +26,7 @@ TEST_F(LOCATOR_SUITE, NamesTheCallerOfEveryEntryPoint)
   GTEST_SKIP() << "the sanitizer's interceptor of backtrace adds a frame of its own";
 #endif
   for (const Entry& entry : allEntries()) {
-    Vars x = varsOf(entry.domains);
+    Vars x = makeVars(entry.domains);
     ASSERT_TRUE(entry.post(x.data())) << entry.call;
     const Tconstraint* newest = x[x[0]->_constraints ? 0 : 1]->_constraints;
     ASSERT_NE(newest, nullptr) << entry.call;

@@ -25,7 +25,6 @@ protected:
 
   static const char* place(void* extra) { return static_cast<const char*>(extra); }
   static void locateAt(char* text) { cs_setProfilerLocator("word", place, text); }
-  const ConstraintInfo* newestInfo() const { return x->_constraints->_constraint->_info; }
 
   CSint *x, *y;
   char here[5] = "here", twoTabs[5] = "a\tb\t";
@@ -37,13 +36,13 @@ TEST_F(Profile, ALocatorOfTheClient)
   EXPECT_EQ(rcsGetProfilerLocatorFunction(), place);
   EXPECT_EQ(rcsGetProfilerLocatorFunctionExtra(), here);
   EXPECT_TRUE(cs_Lt(x, y));
-  EXPECT_STREQ(newestInfo()->_function, "cs_Lt");
-  EXPECT_STREQ(newestInfo()->_locator, "here");
-  EXPECT_EQ(newestInfo()->_refCount, 1u);
+  EXPECT_STREQ(infoOf(x)->_function, "cs_Lt");
+  EXPECT_STREQ(infoOf(x)->_locator, "here");
+  EXPECT_EQ(infoOf(x)->_refCount, 1u);
   cs_setProfilerLocator(
       "none", [](void*) -> const char* { return nullptr; }, nullptr);
   EXPECT_TRUE(cs_Gt(x, CSINT(-1)));
-  EXPECT_STREQ(newestInfo()->_locator, "");
+  EXPECT_STREQ(infoOf(x)->_locator, "");
   cs_setProfilerLocator(nullptr, nullptr, here);
   EXPECT_NE(rcsGetProfilerLocatorFunction(), place);
   EXPECT_EQ(rcsGetProfilerLocatorFunctionExtra(), nullptr);

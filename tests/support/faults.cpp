@@ -36,7 +36,7 @@ static std::string faultOfRun(const FaultRow& row, Place place, uint64_t n, bool
   size_t before = heap::live();
   int calls = 0;
   cs_init();
-  Vars x = varsOf(row.domains);
+  Vars x = makeVars(row.domains);
   take(place, x.size());
   if (row.prepare)
     row.prepare(x);

@@ -128,8 +128,8 @@ TEST_F(KitTest, SnapshotsShowWhatChanged)
   Snapshot before(vars);
   EXPECT_EQ(before.changes(), "");
   cs_NEQ(x, 4);
-  EXPECT_EQ(before.changes(), "variable 0: the values was {0..9}, is {0..3, 5..9}\n"
-                              "variable 0: _nbElements was 10, is 9\n");
+  EXPECT_EQ(before.changes(), "variable 0: _nbElements was 10, is 9\n"
+                              "variable 0: the values was {0..9}, is {0..3, 5..9}\n");
   Snapshot between(vars);
   cs_Le(vars[0], vars[1]);
   EXPECT_NE(between.changes(), "");
@@ -141,8 +141,7 @@ TEST_F(KitTest, SnapshotsShowWhatChanged)
 TEST_F(KitTest, SpiesRecordFailAndCallBack)
 {
   CSint *x = cs_createCSint(0, 9), *y = cs_createCSint(0, 9);
-  std::string log;
-  Spy a("a", &log);
+  Spy a;
   cs_saveContext();
   {
     Spy gone;
@@ -152,7 +151,6 @@ TEST_F(KitTest, SpiesRecordFailAndCallBack)
   EXPECT_EQ(nbAttached(x), 2);
   EXPECT_TRUE(cs_GE(x, 2) && cs_NEQ(x, 5) && cs_EQ(y, 4) && cs_LE(x, 2));
   EXPECT_EQ(a.log(), "x NewMin 0->2, x Neq 5, y[2] Eq 0..9->4, x NewMaxEq 9->2");
-  EXPECT_EQ(log, "a: x NewMin 0->2, a: x Neq 5, a: y[2] Eq 0..9->4, a: x NewMaxEq 9->2");
   cs_restoreContext();
   EXPECT_EQ(a.nbDestroyed, 1);
 
