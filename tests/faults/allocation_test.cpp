@@ -12,17 +12,15 @@
 
 using namespace kit;
 
-static void expectNoFault(const std::vector<FaultRow>& rows)
+/// With what `how` says beside the call.
+static void expectNoFault(const std::vector<Entry>& calls, FaultRow how = {})
 {
-  for (const FaultRow& row : rows)
-    EXPECT_EQ(faultOf(row), "");
-}
-
-static void expectNoFault(const std::vector<Entry>& calls)
-{
-  for (const Entry& entry : calls)
-    expectNoFault(
-        {FaultRow{.name = entry.call, .domains = entry.domains, .run = [&](Vars& x) { return entry.post(x.data()); }}});
+  for (const Entry& entry : calls) {
+    how.name = entry.call;
+    how.domains = entry.domains;
+    how.run = [&](Vars& x) { return entry.post(x.data()); };
+    EXPECT_EQ(faultOf(how), "");
+  }
 }
 
 TEST(Faults, OfPostings)
@@ -84,7 +82,6 @@ TEST(Faults, OfVariables)
   static const int values[] = {3, -1, 7};
   expectNoFault({
       ENTRY(CSINT(3)),
-      ENTRY(cs_createCSint(0, 9)),
       ENTRY(createNamed()),
       ENTRY(cs_createCSintArray(3, 0, 9)),
       ENTRY(cs_createCSintFromDomain(values, 3)),
@@ -93,11 +90,8 @@ TEST(Faults, OfVariables)
       ENTRY(holePrivateVariable()),
       ENTRY(print()),
   });
-  expectNoFault({{.name = "a longer name",
-      .domains = {"1..3"},
-      .prepare = [](Vars& x) { cs_setName(x[0], "x"); },
-      .run = [](Vars& x) { return cs_setName(x[0], "a longer name"); },
-      .undo = false}}); // names aren't undone
+  expectNoFault({ENTRY(cs_setName(x[0], "a longer name"), "1..3")},
+      {.prepare = [](Vars& x) { cs_setName(x[0], "x"); }, .undo = false}); // names aren't undone
 }
 
 TEST(Faults, OfNarrowing)
@@ -111,19 +105,15 @@ TEST(Faults, OfNarrowing)
       ENTRY(cs_InArray(x[0], values, 3), "{1..3, 5..9}"),
       ENTRY(rcsSaveCSint(x[0], NewMin, 1, 9), "1..9"),
   });
-  expectNoFault({
-      // The record of the removal is on the trail, but there is no bit-set for a restore to turn the bit on in.
-      {.name = "first inner hole",
-          .domains = {"1..9"},
-          .run = [](Vars& x) { return cs_NEQ(x[0], 5); },
-          .undo = false,
-          .everywhere = false},
-      {.name = "thousands of changes in the queue",
-          .domains = std::vector<std::string>(1100, "0..2000"),
-          .prepare = [](Vars& x) { cs_AllNeq(x.data(), int(x.size())); },
-          .run = [](Vars& x) { return cs_EQ(x[0], 0); },
-          .everywhere = false},
-  });
+  // The record of the removal is on the trail, but there is no bit-set for a restore to turn the bit on in.
+  expectNoFault({ENTRY(cs_NEQ(x[0], 5), "1..9")}, {.undo = false, .everywhere = false});
+}
+
+TEST(Faults, OfThousandsOfChangesInTheQueue)
+{
+  Entry entry = ENTRY(cs_EQ(x[0], 0));
+  entry.domains.assign(1100, "0..2000");
+  expectNoFault({entry}, {.prepare = [](Vars& x) { cs_AllNeq(x.data(), int(x.size())); }, .everywhere = false});
 }
 
 static NoGoodSet* noGoods;
@@ -160,7 +150,7 @@ static bool createNotify()
 
 static int valueItself(int, int value) { return value; }
 
-static bool learn(Vars&)
+static bool learn()
 {
   static const int positions[] = {0, 1};
   static const ValueSelection decisions[] = {{CS_SELECT_EQ, 1}, {CS_SELECT_EQ, 2}};
@@ -169,12 +159,12 @@ static bool learn(Vars&)
 }
 
 // Three variables of two values, all different: no solution, within three starts.
-static bool searchWithRestarts(Vars& x)
+static bool searchWithRestarts(CSint** x)
 {
   ValueSelector* selectors[] = {&rcsVSMinToMax, &rcsVSMinToMax, &rcsVSMinToMax};
   int limit = 0;
   auto oneMore = [](void* l) { return ++*static_cast<int*>(l); };
-  return !cs_searchValueSelectorRestartNG(x.data(), selectors, 3, firstFree, oneMore, &limit, 0, noGoods, nullptr) &&
+  return !cs_searchValueSelectorRestartNG(x, selectors, 3, firstFree, oneMore, &limit, 0, noGoods, nullptr) &&
          limit == 3 && !rcsTmpOp;
 }
 
@@ -186,33 +176,22 @@ TEST(Faults, OfSearches)
       ENTRY(createNotify()),
   });
   auto makeSet = [](Vars& x) { noGoods = cs_createNoGoodSet(x.data(), int(x.size()), nullptr, 0, nullptr, nullptr); };
-  // The drivers, too, need the memory of their contexts and narrowing.
-  expectNoFault({
-      {.name = "cs_Vsearch",
-          .domains = {"1..3", "1..3"},
-          .run = [](Vars& x) { return cs_Vsearch(2, x[0], x[1], cs_findFreeVar); },
-          .everywhere = false},
-      {.name = "cs_searchCriteria",
-          .domains = {"1..3"},
-          .run = [](Vars& x) { return cs_searchCriteria(x.data(), 1, firstFree, valueItself); },
-          .everywhere = false},
-      {.name = "cs_searchMatrix",
-          .domains = {"1..3"},
-          .run = [](Vars& x) { return searchMatrix(x.data()); },
-          .everywhere = false},
-      {.name = "cs_addNoGood", .domains = {"1..3", "1..3"}, .prepare = makeSet, .run = learn},
-      // What can't be learnt is forgotten; the search goes on.
-      {.name = "restarts",
-          .domains = {"{3, 7}", "{3, 7}", "{3, 7}"},
-          .prepare =
-              [=](Vars& x) {
-                makeSet(x);
-                cs_Neq(x[0], x[1]), cs_Neq(x[1], x[2]), cs_Neq(x[0], x[2]);
-              },
-          .run = searchWithRestarts,
-          .survives = true,
-          .everywhere = false},
-  });
+  expectNoFault({ENTRY(learn(), "1..3", "1..3")}, {.prepare = makeSet});
+  // Contexts and narrowing need their memory.
+  expectNoFault(
+      {
+          ENTRY(cs_Vsearch(2, x[0], x[1], cs_findFreeVar), "1..3", "1..3"),
+          ENTRY(cs_searchCriteria(x, 1, firstFree, valueItself), "1..3"),
+          ENTRY(searchMatrix(x), "1..3"),
+      },
+      {.everywhere = false});
+  // What can't be learnt is forgotten; the search goes on.
+  auto prepare = [=](Vars& x) {
+    makeSet(x);
+    cs_Neq(x[0], x[1]), cs_Neq(x[1], x[2]), cs_Neq(x[0], x[2]);
+  };
+  expectNoFault({ENTRY(searchWithRestarts(x), "{3, 7}", "{3, 7}", "{3, 7}")},
+      {.prepare = prepare, .survives = true, .everywhere = false});
 }
 
 static bool fillTable()
@@ -236,14 +215,6 @@ static bool fillTable()
   rcsDeleteHashTableIterator(iterator);
   rcsDeleteHashTable(table);
   return set == 120 && iterator;
-}
-
-static bool createInfo()
-{
-  ConstraintInfo* info = rcsCreateConstraintInfo("cs_Lt", "here");
-  if (info)
-    info->_refCount++, releaseInfo(info);
-  return info;
 }
 
 static bool setLocator()
@@ -292,30 +263,19 @@ TEST(Faults, OfTablesAndProfilers)
 {
   expectNoFault({
       ENTRY(fillTable()),
-      ENTRY(createInfo()),
       ENTRY(setLocator()),
       ENTRY(createChild()),
       ENTRY(report()),
-      ENTRY(cs_createProfiler(CS_PROFILER_CONSTRAINTS)),
   });
-  expectNoFault({
-      {.name = "attributed call",
-          .domains = {"1..9"},
-          .prepare = profile,
-          .run = [](Vars& x) { return inCallback(true, [&]() { return cs_EQ(x[0], 4) && x[0]->_max == 4; }); },
-          .survives = true,
-          .everywhere = false},
-      {.name = "counted calls",
-          .domains = {"1..9", "1..9", "1..9"},
-          .prepare =
-              [](Vars& x) {
-                cs_Lt(x[0], x[1]), cs_Le(x[1], x[2]);
-                profile(x);
-              },
-          .run = [](Vars& x) { return cs_GE(x[0], 4); },
-          .survives = true,
-          .everywhere = false},
-  });
+  // What isn't counted is no reason to fail.
+  expectNoFault({ENTRY(inCallback(true, [x]() { return cs_EQ(x[0], 4) && x[0]->_max == 4; }), "1..9")},
+      {.prepare = profile, .survives = true, .everywhere = false});
+  auto prepare = [](Vars& x) {
+    cs_Lt(x[0], x[1]), cs_Le(x[1], x[2]);
+    profile(x);
+  };
+  expectNoFault(
+      {ENTRY(cs_GE(x[0], 4), "1..9", "1..9", "1..9")}, {.prepare = prepare, .survives = true, .everywhere = false});
 }
 
 TEST(Faults, OfTheStartLoseTheHeapsMadeBefore)

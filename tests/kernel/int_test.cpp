@@ -7,23 +7,17 @@ using namespace kit;
 
 using Int = SolverTest;
 
-TEST_F(Int, Intervals)
+TEST_F(Int, Making)
 {
   EXPECT_EQ(cs_createCSint(5, 4), nullptr);
-  CSint* five = cs_createCSint(5, 5);
-  EXPECT_TRUE(cs_isInstantiated(five) && !cs_isFree(five));
-  EXPECT_EQ(five->_domain, nullptr);
+  EXPECT_EQ(cs_createCSint(5, 5)->_domain, nullptr);
   CSint* constant = CSINT(-7);
-  EXPECT_EQ(cs_getValue(constant), -7);
   EXPECT_EQ(constant->_initMin + constant->_initMax + constant->_propMin + constant->_propMax, -28);
   // The count is 32-bit arithmetic.
   EXPECT_EQ(cs_createCSint(INT32_MIN, INT32_MAX)->_nbElements, 0);
   EXPECT_EQ(cs_createCSint(0, INT32_MAX)->_nbElements, INT32_MIN);
   EXPECT_EQ(cs_createCSint(1, INT32_MAX)->_nbElements, INT32_MAX);
-}
 
-TEST_F(Int, FromAList)
-{
   const int list[] = {5, 3, 5}, ends[] = {INT32_MAX, INT32_MAX - 2};
   EXPECT_EQ(cs_createCSintFromDomain(list, 0), nullptr);
   EXPECT_EQ(cs_createCSintFromDomain(list, -1), nullptr);
@@ -33,12 +27,7 @@ TEST_F(Int, FromAList)
   // A bit-set from the start, also for one value.
   EXPECT_NE(cs_createCSintFromDomain(list, 1)->_domain, nullptr);
   EXPECT_EQ(textOf(cs_createCSintFromDomain(ends, 2)), "{2147483645, 2147483647}");
-}
 
-TEST_F(Int, Arrays)
-{
-  CSint** array = cs_createCSintArray(3, -1, 1);
-  EXPECT_EQ(textOf(array[0]) + textOf(array[1]) + textOf(array[2]), "{-1..1}{-1..1}{-1..1}");
   EXPECT_NE(cs_createCSintArray(0, 0, 1), nullptr);
   EXPECT_NE(cs_createCSintArray(-5, 0, 1), nullptr);
   EXPECT_EQ(cs_createCSintArray(3, 1, 0), nullptr);
@@ -60,7 +49,7 @@ TEST_F(Int, NamesReuseTheirBuffer)
   EXPECT_EQ(cs_createNamedCSint(1, 0, "none"), nullptr);
 }
 
-TEST_F(Int, ValuesAroundAValue)
+TEST_F(Int, ValuesAroundAValueAndAtTheEnds)
 {
   CSint* x = makeVar("{-3, 1..4, 9}");
   cs_LE(x, 4);
@@ -84,16 +73,8 @@ TEST_F(Int, ValuesAroundAValue)
   CSint* all = cs_createCSint(INT32_MIN, INT32_MAX);
   EXPECT_EQ(cs_getNextValue(all, INT32_MAX - 1), INT32_MAX);
   EXPECT_EQ(cs_getPreviousValue(all, INT32_MIN + 1), INT32_MIN);
-}
-
-TEST_F(Int, DomainsAsArrays)
-{
-  for (Values expected : {Values{1, 2, 3, 4, 9}, Values{INT32_MAX - 1, INT32_MAX}}) {
-    CSint* x = expected[0] == 1 ? makeVar("{-3, 1..4, 9}") : cs_createCSint(INT32_MAX - 1, INT32_MAX);
-    cs_GE(x, -2);
-    int* values = cs_getDomain(x);
-    EXPECT_EQ(Values(values, values + x->_nbElements), expected);
-    cs_freeDomain(values);
-  }
+  int* values = cs_getDomain(cs_createCSint(INT32_MAX - 1, INT32_MAX));
+  EXPECT_EQ(values[1], INT32_MAX);
+  cs_freeDomain(values);
   cs_freeDomain(nullptr);
 }

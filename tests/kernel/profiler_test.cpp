@@ -4,6 +4,7 @@
 #include "report.h"
 #include "spy.h"
 
+#include <fstream>
 #include <regex>
 #include <unistd.h>
 
@@ -151,10 +152,9 @@ TEST_F(Profile, Files)
   char path[] = "/tmp/ku-report-XXXXXX";
   close(mkstemp(path));
   EXPECT_EQ(cs_profilerWriteFile(profiler, path), 0);
-  FILE* file = fopen(path, "r");
-  char line[100] = "";
-  EXPECT_NE(fgets(line, sizeof line, file), nullptr);
-  EXPECT_STREQ(line, "Ku Profiler: Constraint 1.0\n");
-  fclose(file);
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  EXPECT_EQ(line, "Ku Profiler: Constraint 1.0");
   remove(path);
 }

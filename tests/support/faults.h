@@ -22,10 +22,10 @@ namespace kit {
 
 struct FaultRow
 {
-  const char* name;
+  const char* name = "";
   std::vector<std::string> domains = {};        ///< the variables, as text for makeVar
   std::function<void(Vars&)> prepare = nullptr; ///< what else comes before; its allocations are granted
-  std::function<bool(Vars&)> run;               ///< false (0, null) when it didn't get its memory
+  std::function<bool(Vars&)> run = nullptr;     ///< false (0, null) when it didn't get its memory
   bool survives = false;                        ///< succeeds without the memory; the error code tells all the same
   bool undo = true;                             ///< the context may be restored after the failure
   bool everywhere = true;                       ///< runs in the other places, too
