@@ -62,7 +62,7 @@ int Spy::record(EventKind event, CSint* variable, int index, int old, int now)
     text += ".." + std::to_string(now) + "->" + std::to_string(variable->_min);
   else if (event != Neq || old != now)
     text += "->" + std::to_string(now);
-  calls.push_back({variable, now});
+  calls.push_back({variable, old, now});
   _log += (_log.empty() ? "" : ", ") + text;
   if (int(calls.size()) == failAt)
     return 0;

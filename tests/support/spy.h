@@ -24,7 +24,7 @@ public:
   struct Call
   {
     CSint* variable;
-    int now;
+    int old, now;
   };
 
   explicit Spy(std::string name = "") : _name(std::move(name)) {}
