@@ -11,7 +11,6 @@
 #include <vector>
 
 static int lengthOf(const void* key) { return int(strlen(static_cast<const char*>(key))); }
-static int allAlike(const void*) { return -1; }
 static int compare(const void* a, const void* b)
 {
   return strcmp(static_cast<const char*>(a), static_cast<const char*>(b));
@@ -20,59 +19,48 @@ static int compare(const void* a, const void* b)
 class Hash : public testing::Test
 {
 protected:
-  void use(int (*hash)(const void*), uint64_t valueSize = sizeof(int))
+  void use(int (*hash)(const void*)) { table.reset(rcsCreateHashTable(hash, compare, sizeof(int))); }
+  void set(char* key, int value) { rcsHashTableSet(table.get(), key, &value); }
+
+  /// For the keys "0", "1", ...
+  void setTo(int n)
   {
-    table.reset(rcsCreateHashTable(hash, compare, valueSize));
+    while (int(names.size()) < n) {
+      names.push_back(std::make_unique<std::string>(std::to_string(names.size())));
+      set(names.back()->data(), int(names.size()));
+    }
   }
 
-  char* key(int i)
-  {
-    names.push_back(std::make_unique<std::string>("k" + std::to_string(i)));
-    return names.back()->data();
-  }
-
-  void set(char* name, int value) { rcsHashTableSet(table.get(), name, &value); }
-
-  int get(const char* name)
+  int get(const char* key)
   {
     int value = -1;
-    rcsHashTableGet(table.get(), name, &value);
+    rcsHashTableGet(table.get(), key, &value);
     return value;
   }
 
-  struct Deleter
-  {
-    void operator()(HashTable* t) const { rcsDeleteHashTable(t); }
-  };
-  std::unique_ptr<HashTable, Deleter> table;
+  std::unique_ptr<HashTable, void (*)(HashTable*)> table = {nullptr, rcsDeleteHashTable};
   std::vector<std::unique_ptr<std::string>> names;
 };
 
 TEST_F(Hash, DoublesAtACollisionOfAHalfFullTable)
 {
-  use(allAlike);
+  use([](const void*) { return -1; });
   EXPECT_EQ(table->_nbBuckets, 100u);
-  for (int i = 0; i < 50; i++)
-    set(key(i), i);
   // 100 / 50 is 2: the fiftieth entry, too, found room by chaining.
+  setTo(51);
   EXPECT_EQ(table->_nbBuckets, 100u);
-  set(key(50), 50);
-  EXPECT_EQ(table->_nbBuckets, 100u);
-  set(key(51), 51);
   // All keys collide, so it doubles until there are more than twice as many buckets as entries.
+  setTo(52);
   EXPECT_EQ(table->_nbBuckets, 200u);
   for (int i = 0; i < 52; i++)
-    EXPECT_EQ(get(names[size_t(i)]->c_str()), i);
+    EXPECT_EQ(get(names[size_t(i)]->c_str()), i + 1);
   EXPECT_EQ(get("absent"), -1);
 }
 
 TEST_F(Hash, DoesNotGrowWithoutACollision)
 {
-  static int next;
-  next = 0;
-  use([](const void*) { return next++; });
-  for (int i = 0; i < 100; i++)
-    set(key(i), i);
+  use([](const void* key) { return atoi(static_cast<const char*>(key)); });
+  setTo(100);
   EXPECT_EQ(table->_nbBuckets, 100u);
   EXPECT_EQ(table->_count, 100u);
 }
@@ -84,11 +72,10 @@ TEST_F(Hash, TheNewerOfEqualKeysHidesTheOlder)
   set(first, 1);
   set(second, 2);
   EXPECT_EQ(table->_count, 2u);
-  EXPECT_EQ(get("same"), 2);
-  rcsHashTableRemove(table.get(), "same");
-  EXPECT_EQ(get("same"), 1);
-  rcsHashTableRemove(table.get(), "same");
-  rcsHashTableRemove(table.get(), "same");
+  for (int expected : {2, 1, -1, -1}) {
+    EXPECT_EQ(get("same"), expected);
+    rcsHashTableRemove(table.get(), "same");
+  }
   EXPECT_EQ(table->_count, 0u);
   EXPECT_FALSE(rcsHashTableGet(table.get(), "same", nullptr));
   EXPECT_EQ(rcsHashTableGetRef(table.get(), "same"), nullptr);
@@ -100,7 +87,7 @@ TEST_F(Hash, ValuesAreCopiedBySizeAndReachedInPlace)
   {
     char text[100];
   } big = {"value"}, out;
-  use(lengthOf, sizeof(Big));
+  table.reset(rcsCreateHashTable(lengthOf, compare, sizeof(Big)));
   char name[] = "name";
   rcsHashTableSet(table.get(), name, &big);
   memset(&big, 0, sizeof big);
@@ -114,21 +101,17 @@ TEST_F(Hash, ValuesAreCopiedBySizeAndReachedInPlace)
 TEST_F(Hash, IteratorsVisitEachEntryOnce)
 {
   use(lengthOf);
-  HashTableIterator* i = rcsHashTableGetIterator(table.get());
-  EXPECT_FALSE(rcsHashTableIteratorNext(i));
-  EXPECT_FALSE(rcsHashTableIteratorNext(i));
-  rcsDeleteHashTableIterator(i);
-
-  std::multiset<std::string> expected, seen;
-  for (int k = 0; k < 150; k++) {
-    set(key(k * 7), k);
-    expected.insert(*names.back());
+  for (int n : {0, 150}) {
+    setTo(n);
+    std::multiset<std::string> expected, seen;
+    for (const auto& name : names)
+      expected.insert(*name);
+    HashTableIterator* i = rcsHashTableGetIterator(table.get());
+    while (rcsHashTableIteratorNext(i))
+      seen.insert(static_cast<char*>(rcsHashTableIteratorGetKey(i)));
+    EXPECT_FALSE(rcsHashTableIteratorNext(i));
+    rcsDeleteHashTableIterator(i);
+    EXPECT_EQ(seen, expected);
   }
-  i = rcsHashTableGetIterator(table.get());
-  while (rcsHashTableIteratorNext(i))
-    seen.insert(static_cast<char*>(rcsHashTableIteratorGetKey(i)));
-  EXPECT_FALSE(rcsHashTableIteratorNext(i));
-  rcsDeleteHashTableIterator(i);
-  EXPECT_EQ(seen, expected);
   rcsDeleteHashTable(nullptr);
 }

@@ -11,39 +11,40 @@ protected:
   void SetUp() override
   {
     SolverTest::SetUp();
-    x = cs_createCSint(0, 20);
-    y = cs_createCSint(0, 20);
-    z = cs_createCSint(0, 20);
+    for (CSint** v : {&x, &y, &z})
+      *v = cs_createCSint(0, 20);
+    chain.watch(x, "x");
+    other.watch(y, "y").watch(z, "z");
+    other.onCall = [this](const Spy::Call& call) { return call.variable != y || !yFails; };
   }
+
+  /// Makes the changes in a handler of x, where they wait in the queue behind one another.
+  int inFlush(std::function<int()> changes)
+  {
+    chain.onCall = [=](const Spy::Call&) { return changes(); };
+    return cs_GE(x, x->_min + 1);
+  }
+
   CSint *x, *y, *z;
+  Spy chain, other;
+  bool yFails = false; ///< other's handler at y
 };
 
 TEST_F(Queue, ChangesInAHandlerWaitTheirTurn)
 {
-  Spy chain, other;
-  chain.watch(x, "x");
-  other.watch(y, "y").watch(z, "z");
-  std::string order;
-  chain.onCall = [&](const Spy::Call&) {
-    EXPECT_TRUE(cs_GE(y, 1));
-    EXPECT_TRUE(cs_GE(z, 2));
-    order = other.log();
+  EXPECT_TRUE(inFlush([&]() {
+    EXPECT_TRUE(cs_GE(y, 1) && cs_GE(z, 2));
+    EXPECT_EQ(other.log(), "");
     return 1;
-  };
-  EXPECT_TRUE(cs_GE(x, 3));
-  EXPECT_EQ(order, "");
+  }));
   EXPECT_EQ(other.log(), "y NewMin 0->1, z NewMin 0->2");
 }
 
 TEST_F(Queue, StepsThatMeetAreToldOnce)
 {
-  Spy chain, other;
-  chain.watch(x, "x");
-  other.watch(y, "y");
-  chain.onCall = [&](const Spy::Call&) {
+  EXPECT_TRUE(inFlush([&]() {
     return cs_GE(y, 5) && cs_LE(y, 19) && cs_GE(y, 7) && cs_NEQ(y, 9) && cs_NEQ(y, 12) && cs_GE(y, 10) && cs_LE(y, 15);
-  };
-  EXPECT_TRUE(cs_GE(x, 1));
+  }));
   EXPECT_EQ(other.log(), "y Neq 12, y NewMin 0->10, y NewMax 20->15");
   EXPECT_EQ(y->_propMin, 10);
   EXPECT_EQ(y->_propMax, 15);
@@ -51,13 +52,7 @@ TEST_F(Queue, StepsThatMeetAreToldOnce)
 
 TEST_F(Queue, FixingToldFromEachSide)
 {
-  Spy chain, other;
-  chain.watch(x, "x");
-  other.watch(y, "y").watch(z, "z");
-  chain.onCall = [&](const Spy::Call&) {
-    return cs_GE(y, 5) && cs_EQ(y, 20) && cs_GE(z, 3) && cs_LE(z, 9) && cs_EQ(z, 6);
-  };
-  EXPECT_TRUE(cs_EQ(x, 20));
+  EXPECT_TRUE(inFlush([&]() { return cs_GE(y, 5) && cs_EQ(y, 20) && cs_GE(z, 3) && cs_LE(z, 9) && cs_EQ(z, 6); }));
   // A rise that was overtaken by the fixing is dropped, but a fixing is never stale: it tells the whole step.
   EXPECT_EQ(other.log(), "y NewMinEq 0->20, z Eq 0..20->6");
   EXPECT_EQ(z->_propMin, 6);
@@ -66,90 +61,62 @@ TEST_F(Queue, FixingToldFromEachSide)
 
 TEST_F(Queue, OnlyTheLowByteOfAnAnswerCounts)
 {
-  Spy spy;
-  spy.watch(x, "x");
-  int answer = 256;
-  spy.onCall = [&](const Spy::Call&) { return answer; };
-  EXPECT_FALSE(cs_GE(x, 1));
-  answer = 257;
-  EXPECT_TRUE(cs_GE(x, 2));
+  EXPECT_FALSE(inFlush([]() { return 256; }));
+  EXPECT_TRUE(inFlush([]() { return 257; }));
 }
 
 TEST_F(Queue, AFailureDropsAllThatIsPending)
 {
-  Spy chain, other, late;
-  late.watch(x, "late");
-  chain.watch(x, "x");
-  other.watch(y, "y");
-  chain.onCall = [&](const Spy::Call&) {
-    cs_GE(y, 5);
-    return 0;
-  };
-  EXPECT_FALSE(cs_GE(x, 1));
-  EXPECT_EQ(other.log() + late.log(), "");
+  Spy early;
+  early.watch(x, "early"); // heard before the chain
+  cs_saveContext();
+  auto failing = [&]() { return cs_GE(y, 5) && false; };
+  EXPECT_FALSE(inFlush(failing));
+  EXPECT_EQ(early.log() + other.log(), "early NewMin 0->1");
   EXPECT_EQ(y->_min, 5);
   EXPECT_EQ(y->_propMin, 0);
   // Without a restore the next step on the variable tells it all.
   EXPECT_TRUE(cs_GE(y, 6));
   EXPECT_EQ(other.log(), "y NewMin 0->6");
-}
-
-TEST_F(Queue, ARestoreBringsBackWhatWasTold)
-{
-  Spy chain, other;
-  chain.watch(x, "x");
-  other.watch(y, "y");
-  chain.onCall = [&](const Spy::Call&) { return cs_GE(y, 5) && false; };
-  cs_saveContext();
-  EXPECT_FALSE(cs_GE(x, 1));
+  // A restore brings back what was told.
+  cs_restoreAndSaveContext();
+  EXPECT_FALSE(inFlush(failing));
   cs_restoreContext();
   EXPECT_TRUE(cs_GE(y, 2));
-  EXPECT_EQ(other.log(), "y NewMin 0->2");
+  EXPECT_EQ(other.log(), "y NewMin 0->6, y NewMin 0->2");
 }
 
 TEST_F(Queue, AttachmentsAreThoseOfTheMomentOfTheChange)
 {
-  Spy chain, late;
-  chain.watch(x, "x");
-  Spy first;
-  first.watch(y, "y");
-  chain.onCall = [&](const Spy::Call&) {
+  Spy late;
+  EXPECT_TRUE(inFlush([&]() {
     cs_GE(y, 1);
     late.watch(y, "late");
-    cs_LE(y, 9);
-    return 1;
-  };
-  EXPECT_TRUE(cs_GE(x, 1));
-  EXPECT_EQ(first.log(), "y NewMin 0->1, y NewMax 20->9");
+    return cs_LE(y, 9);
+  }));
+  EXPECT_EQ(other.log(), "y NewMin 0->1, y NewMax 20->9");
   EXPECT_EQ(late.log(), "late NewMax 20->9");
 }
 
 TEST_F(Queue, ManyPendingRecordsComeFromFurtherBlocks)
 {
   Vars many;
-  Spy all;
   for (int i = 0; i < 3000; i++) {
     many.push_back(cs_createCSint(0, 1));
-    all.watch(many.back(), "v");
+    other.watch(many.back(), "v");
   }
-  Spy chain;
-  chain.watch(x, "x");
-  chain.onCall = [&](const Spy::Call&) {
+  EXPECT_TRUE(inFlush([&]() {
     for (CSint* v : many)
       cs_GE(v, 1);
     return 1;
-  };
-  EXPECT_TRUE(cs_GE(x, 1));
-  EXPECT_EQ(all.calls.size(), 3000u);
+  }));
+  EXPECT_EQ(other.calls.size(), 3000u);
 }
 
 TEST_F(Queue, SavingAContextInAHandlerRunsWhatIsPendingFirst)
 {
-  Spy chain, other;
-  chain.watch(x, "x");
-  other.watch(y, "y").watch(z, "z");
   other.onCall = [&](const Spy::Call& call) { return call.variable != y || cs_GE(z, 4); };
-  chain.onCall = [&](const Spy::Call&) {
+  EXPECT_TRUE(inFlush([&]() {
     cs_GE(y, 5);
     EXPECT_EQ(other.log(), "");
     int label = cs_saveContext();
@@ -165,130 +132,80 @@ TEST_F(Queue, SavingAContextInAHandlerRunsWhatIsPendingFirst)
     cs_LE(y, 15);
     EXPECT_EQ(other.calls.size(), 3u);
     return 1;
-  };
-  EXPECT_TRUE(cs_GE(x, 1));
+  }));
   EXPECT_EQ(other.log(), "y NewMin 0->5, z NewMin 0->4, y NewMin 5->8, y NewMax 20->15");
-  EXPECT_EQ(contextDepth(), 0);
 }
 
 TEST_F(Queue, ANestedFailureIsTheCallbacksToPassOn)
 {
-  Spy chain, judge;
-  chain.watch(x, "x");
-  judge.watch(y, "y");
-  judge.onCall = [](const Spy::Call&) { return 0; };
-  int answer = 1;
-  chain.onCall = [&](const Spy::Call&) {
-    int label = cs_saveContext();
-    EXPECT_FALSE(cs_GE(y, 1));
-    cs_restoreContextUntil(label);
-    return answer;
-  };
-  EXPECT_TRUE(cs_GE(x, 1));
-  answer = 0;
-  EXPECT_FALSE(cs_GE(x, 2));
+  yFails = true;
+  for (int answer : {1, 0})
+    EXPECT_EQ(inFlush([=, this]() {
+      int label = cs_saveContext();
+      EXPECT_FALSE(cs_GE(y, 1));
+      cs_restoreContextUntil(label);
+      return answer;
+    }),
+        answer);
   EXPECT_EQ(y->_min, 0);
 }
 
-TEST_F(Queue, AFailureWhileSavingReachesTheOuterChange)
+TEST_F(Queue, AFailureWhileSavingReachesTheOuterChangeAndWipesWhatItHadPending)
 {
-  Spy chain, judge;
-  chain.watch(x, "x");
-  judge.watch(y, "y");
-  judge.onCall = [](const Spy::Call&) { return 0; };
-  chain.onCall = [&](const Spy::Call&) {
-    EXPECT_TRUE(cs_GE(y, 1));
-    int label = cs_saveContext();
-    cs_restoreContextUntil(label);
-    return 1;
-  };
-  EXPECT_FALSE(cs_GE(x, 1));
-  // The count was set back: the next change at the top level stands on its own.
-  judge.onCall = nullptr;
-  EXPECT_TRUE(cs_GE(y, 2));
-}
-
-TEST_F(Queue, ANestedFailureWipesWhatTheOuterFlushHadPending)
-{
-  Spy chain, judge, other;
-  chain.watch(x, "x");
-  judge.watch(y, "y");
-  other.watch(z, "z");
-  judge.onCall = [](const Spy::Call&) { return 0; };
-  chain.onCall = [&](const Spy::Call&) {
+  yFails = true;
+  EXPECT_FALSE(inFlush([&]() {
     cs_GE(y, 1);
     cs_GE(z, 1);
     int label = cs_saveContext(); // flushes: the rise of y fails, and that of z is dropped
-    EXPECT_EQ(other.log(), "");
+    EXPECT_EQ(other.log(), "y NewMin 0->1");
     cs_restoreContextUntil(label);
-    cs_LE(z, 19);
-    return 1;
-  };
-  EXPECT_FALSE(cs_GE(x, 1));
-  EXPECT_EQ(other.log(), "z NewMax 20->19");
+    return cs_LE(z, 19);
+  }));
+  EXPECT_EQ(other.log(), "y NewMin 0->1, z NewMax 20->19");
   EXPECT_EQ(z->_propMin, 0);
+  // The count was set back: the next change at the top level stands on its own.
+  yFails = false;
+  EXPECT_TRUE(cs_GE(y, 2));
 }
 
-TEST_F(Queue, ListenersHearOfFailuresOnly)
+// Two listeners and a constraint of another state stand around the one that fails.
+TEST_F(Queue, ListenersHearOfFailuresOnlyAndOtherStatesOfNothing)
 {
-  Spy listener, judge, behind;
-  listener.state = behind.state = 1;
-  behind.watch(x, "behind");
-  judge.watch(x, "x");
-  listener.watch(x, "listener", 3);
-  EXPECT_TRUE(cs_GE(x, 1));
-  EXPECT_EQ(listener.log() + behind.log(), "");
+  Spy judge, behind, front, odd;
+  behind.state = front.state = 1;
+  odd.state = 2;
+  behind.watch(y, "behind");
+  judge.watch(y, "y");
+  EXPECT_TRUE(cs_GE(y, 1));
   judge.failAt = 2;
-  EXPECT_FALSE(cs_LE(x, 10));
-  // From the listener that the flush met on: the one behind the failing constraint stands in the same list.
-  EXPECT_EQ(listener.log(), "listener[3] NewMax 20->10");
-  EXPECT_EQ(behind.log(), "behind NewMax 20->10");
-}
-
-TEST_F(Queue, AListenerThatWasNotMetIsNotCalled)
-{
-  Spy judge, behind;
-  behind.state = 1;
-  behind.watch(x, "behind");
-  judge.watch(x, "x");
-  judge.failAt = 1;
-  EXPECT_FALSE(cs_GE(x, 1));
+  cs_saveContext();
+  EXPECT_FALSE(cs_GE(y, 2)); // no listener is met before the failure
+  cs_restoreContext();
   EXPECT_EQ(behind.log(), "");
+  front.watch(y, "front", 3);
+  odd.watch(y, "odd");
+  judge.failAt = 3;
+  EXPECT_FALSE(cs_LE(y, 10));
+  // From the listener that the flush met on: the one behind the failing constraint stands in the same list.
+  EXPECT_EQ(front.log(), "front[3] NewMax 20->10");
+  EXPECT_EQ(behind.log(), "behind NewMax 20->10");
+  EXPECT_EQ(odd.log(), "");
 }
 
 TEST_F(Queue, AListenerMetInAnotherListHearsOfTheFailingChange)
 {
-  Spy chain, listener, judge;
+  Spy listener;
   listener.state = 1;
-  chain.watch(x, "x");
-  listener.watch(x, "listener");
-  judge.watch(y, "y");
-  judge.failAt = 1;
-  chain.onCall = [&](const Spy::Call&) { return cs_GE(y, 4); };
-  EXPECT_FALSE(cs_GE(x, 1));
-  ASSERT_EQ(listener.calls.size(), 1u);
-  EXPECT_EQ(listener.calls[0].variable, y);
-  EXPECT_EQ(listener.calls[0].now, 4);
-}
-
-TEST_F(Queue, OtherStatesAreSkippedInBothPasses)
-{
-  Spy judge, odd;
-  odd.state = 2;
-  judge.watch(x, "x");
-  odd.watch(x, "odd");
-  judge.failAt = 2;
-  EXPECT_TRUE(cs_GE(x, 1));
-  EXPECT_FALSE(cs_GE(x, 2));
-  EXPECT_EQ(odd.log(), "");
+  listener.watch(x, "listener").watch(y, "y");
+  yFails = true;
+  EXPECT_FALSE(inFlush([&]() { return cs_GE(y, 4); }));
+  EXPECT_EQ(listener.log(), "y NewMin 0->4");
 }
 
 TEST_F(Queue, TheCounterIsTheClients)
 {
   EXPECT_EQ(__rcsPropagateCount, 0);
   __rcsPropagateCount = 5;
-  Spy spy;
-  spy.watch(x, "x");
   cs_GE(x, 1);
   EXPECT_EQ(__rcsPropagateCount, 5);
   __rcsPropagateCount = 0;

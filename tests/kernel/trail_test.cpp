@@ -24,7 +24,6 @@ TEST_F(Trail, LabelsArePositionsAndAreUsedAgain)
   cs_restoreContext();
   EXPECT_EQ(cs_saveContext(), 2);
   cs_restoreAndSaveContext();
-  EXPECT_EQ(contextDepth(), 2);
   EXPECT_EQ(cs_saveContext(), 3);
   cs_restoreContextUntil(4);
   cs_acceptContextUntil(4);
@@ -33,136 +32,35 @@ TEST_F(Trail, LabelsArePositionsAndAreUsedAgain)
   cs_restoreContextUntil(2);
   EXPECT_EQ(contextDepth(), 1);
   cs_restoreAll();
-  EXPECT_EQ(contextDepth(), 0);
   cs_restoreAll();
   cs_acceptAll();
   EXPECT_EQ(contextDepth(), 0);
 }
 
-static void narrowInTwoContexts(CSint* x)
+// The random sequences compare all ways of ending a context; this is what is easily taken for wrong.
+TEST_F(Trail, AnOuterRestoreGivesBackTheBoundsThatItSavedAndNoAcceptedHole)
 {
-  cs_GE(x, 10);
   cs_saveContext();
   cs_GE(x, 20);
   cs_saveContext();
   cs_GE(x, 30);
   cs_NEQ(x, 40);
-}
-
-TEST_F(Trail, RestoreUndoesDownToTheLabel)
-{
-  narrowInTwoContexts(x);
-  EXPECT_EQ(textOf(x), "{30..39, 41..100}");
-  cs_restoreContext();
-  EXPECT_EQ(textOf(x), "{20..100}");
-  cs_restoreContext();
-  EXPECT_EQ(textOf(x), "{10..100}");
-  narrowInTwoContexts(x);
-  cs_restoreContextUntil(1);
-  EXPECT_EQ(textOf(x), "{10..100}");
-}
-
-TEST_F(Trail, AcceptedChangesStandWhateverComes)
-{
-  narrowInTwoContexts(x);
   cs_acceptContext();
-  cs_restoreContext();
-  // The outer context gives back the 10 that it saved; the removed 40 was accepted.
-  EXPECT_EQ(x->_min, 10);
-  EXPECT_FALSE(cs_isIn(x, 40));
-}
-
-TEST_F(Trail, ForgottenChangesBelongToTheEnclosingContext)
-{
-  narrowInTwoContexts(x);
-  cs_forgetSaveContext();
   EXPECT_EQ(textOf(x), "{30..39, 41..100}");
   cs_restoreContext();
-  EXPECT_EQ(textOf(x), "{10..100}");
-  narrowInTwoContexts(x);
-  cs_forgetSaveContextUntil(1);
-  EXPECT_EQ(contextDepth(), 0);
-  EXPECT_EQ(textOf(x), "{30..39, 41..100}");
+  EXPECT_EQ(textOf(x), "{0..39, 41..100}");
 }
 
-TEST_F(Trail, AcceptAllDropsEveryMark)
+TEST_F(Trail, BacktrackFunctionsTakeTheWidestArguments)
 {
-  narrowInTwoContexts(x);
-  cs_acceptAll();
-  EXPECT_EQ(contextDepth(), 0);
-  EXPECT_EQ(textOf(x), "{30..39, 41..100}");
-}
-
-TEST_F(Trail, WhatIsDoneWithoutAContextIsNeverUndone)
-{
-  cs_GE(x, 10);
+  static std::string undone;
   cs_saveContext();
-  cs_restoreAll();
-  EXPECT_EQ(x->_min, 10);
-}
-
-static std::string undone;
-
-static void noteInt(void* data, int value)
-{
-  undone += std::string(static_cast<const char*>(data)) + std::to_string(value) + " ";
-}
-
-static void noteWide(void* data, int64_t value)
-{
-  undone += std::string(static_cast<const char*>(data)) + std::to_string(value) + " ";
-}
-
-TEST_F(Trail, BacktrackFunctionsRunNewestFirstAndOnRestoreOnly)
-{
-  static char a[] = "a", b[] = "b", c[] = "c";
-  undone.clear();
-  cs_saveContext();
-  cs_backtrack(a, INT32_MIN, noteInt);
-  cs_backtrackExt(b, INT64_MAX, noteWide);
-  cs_saveContext();
-  cs_backtrack(c, 3, noteInt);
-  cs_acceptContext();
-  EXPECT_EQ(undone, "");
-  cs_restoreContext();
-  EXPECT_EQ(undone, "b9223372036854775807 a-2147483648 ");
-  undone.clear();
-  cs_saveContext();
-  cs_saveContext();
-  cs_backtrack(c, 3, noteInt);
-  cs_forgetSaveContext();
-  cs_restoreContext();
-  EXPECT_EQ(undone, "c3 ");
-}
-
-TEST_F(Trail, BacktrackFunctionsRunBetweenTheChangesAroundThem)
-{
-  cs_saveContext();
-  cs_GE(x, 10);
-  static CSint* seen;
-  static int min;
-  seen = x;
-  cs_backtrack(nullptr, 0, [](void*, int) { min = seen->_min; });
+  cs_backtrack(
+      x, INT32_MIN, [](void* v, int value) { undone += textOf(static_cast<CSint*>(v)) + std::to_string(value); });
+  cs_backtrackExt(x, INT64_MAX, [](void*, int64_t value) { undone += std::to_string(value) + " "; });
   cs_GE(x, 20);
   cs_restoreContext();
-  EXPECT_EQ(min, 10);
-  EXPECT_EQ(x->_min, 0);
-}
-
-TEST_F(Trail, ArraysDieWithTheirContextUnlessItIsForgotten)
-{
-  cs_saveContext();
-  CSint** array = cs_createCSintArray(4, 1, 9);
-  cs_forgetSaveContext();
-  EXPECT_EQ(array[3]->_max, 9);
-  // Freed exactly once: the address sanitizer looks on.
-  cs_saveContext();
-  CSint* v = cs_createCSintArray(4, 1, 9)[2];
-  cs_acceptContext();
-  EXPECT_EQ(v->_max, 9);
-  cs_saveContext();
-  cs_createCSintArray(4, 1, 9);
-  cs_restoreContext();
+  EXPECT_EQ(undone, "9223372036854775807 {0..100}-2147483648");
 }
 
 TEST_F(Trail, AttachmentsComeAndGoNewestFirst)
@@ -176,13 +74,9 @@ TEST_F(Trail, AttachmentsComeAndGoNewestFirst)
   EXPECT_EQ(spy.log(), "x[2] NewMin 0->1, x[0] NewMin 0->1");
   cs_restoreContext();
   EXPECT_EQ(spy.nbDestroyed, 1);
-  EXPECT_EQ(x->_constraints, nullptr);
-  EXPECT_EQ(y->_constraints, nullptr);
+  EXPECT_EQ(nbAttached(x) + nbAttached(y), 0);
   // The count of attachments ever made doesn't fall.
   EXPECT_EQ(cs_getNbConstraints(x), 2);
-  spy.clear();
-  cs_GE(x, 2);
-  EXPECT_EQ(spy.log(), "");
 }
 
 TEST_F(Trail, InfosAreShared)
@@ -190,10 +84,10 @@ TEST_F(Trail, InfosAreShared)
   ConstraintInfo* info = rcsCreateConstraintInfo("name", nullptr);
   EXPECT_STREQ(info->_locator, "");
   static const Handler handlers[6] = {Ptrue, Ptrue, Ptrue, Ptrue, Ptrue, Ptrue};
-  cs_saveContext();
-  EXPECT_TRUE(_rcsAddConstraint(rcsCreateConstraint(info, nullptr, handlers), x, -1));
-  cs_saveContext();
-  EXPECT_TRUE(_rcsAddConstraint(rcsCreateConstraint(info, nullptr, handlers), x, -1));
+  for (int i = 0; i < 2; i++) {
+    cs_saveContext();
+    EXPECT_TRUE(_rcsAddConstraint(rcsCreateConstraint(info, nullptr, handlers), x, -1));
+  }
   EXPECT_EQ(info->_refCount, 2u);
   cs_restoreContext();
   EXPECT_EQ(info->_refCount, 1u);

@@ -11,17 +11,12 @@
 
 namespace kit::heap {
 
-/// Allocations asked for since the start of the program.
-uint64_t asked();
-
-/// Blocks allocated and not freed.
-size_t live();
+uint64_t asked(); ///< allocations asked for since the start of the program
+size_t live();    ///< blocks allocated and not freed
 
 /// The n-th allocation from now is refused, counted from 1; 0 for none. Those after it are granted.
 void refuse(uint64_t n);
-
-/// Has it come to that, since the last refuse()?
-bool refused();
+bool refused(); ///< has it come to that, since the last refuse()?
 
 /// Frees all live blocks, which nobody may use any more.
 void freeLost();

@@ -16,9 +16,10 @@ namespace kit {
 
 struct Report
 {
+  using Rows = std::map<std::string, std::string>; ///< "entry locator" to "calls failures"
   std::string text;
-  std::vector<std::string> header;         ///< the lines before "__DATA__"
-  std::map<std::string, std::string> rows; ///< "entry locator" to "calls failures"
+  std::vector<std::string> header; ///< the lines before "__DATA__"
+  Rows rows;
 };
 
 inline Report reportOf(Profiler* profiler)

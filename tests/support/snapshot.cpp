@@ -4,58 +4,53 @@
 
 namespace kit {
 
-Snapshot::VarState::VarState(const CSint* v)
-  : _initMin(v->_initMin), _initMax(v->_initMax), _min(v->_min), _max(v->_max), _nbElements(v->_nbElements),
-    _propMin(v->_propMin), _propMax(v->_propMax), _values(textOf(v)), _name(v->_name ? v->_name : "(none)")
+Snapshot::VarState Snapshot::stateOf(const CSint* v)
 {
+  VarState state = {.numbers = {}, .values = textOf(v), .name = v->_name ? v->_name : "(none)", .attachments = {}};
   for (const Tconstraint* t = v->_constraints; t; t = t->_next)
-    _attachments.push_back({t, t->_constraint, t->_index});
+    state.attachments.push_back({t, t->_constraint, t->_index});
+  state.numbers = {v->_initMin, v->_initMax, v->_min, v->_max, v->_nbElements, v->_propMin, v->_propMax,
+      int(state.attachments.size())};
+  return state;
 }
 
 Snapshot::Snapshot(const Vars& vars) : _vars(vars)
 {
   for (const CSint* v : vars)
-    _states.emplace_back(v);
+    _states.push_back(stateOf(v));
+}
+
+template <typename Value>
+static void compare(std::ostream& out, const std::string& what, const Value& then, const Value& now)
+{
+  if (then != now)
+    out << what << " was " << then << ", is " << now << "\n";
 }
 
 std::string Snapshot::changesOfVars() const
 {
+  static const char* const names[] = {
+      "_initMin", "_initMax", "_min", "_max", "_nbElements", "_propMin", "_propMax", "the number of attachments"};
   std::ostringstream out;
   for (size_t i = 0; i < _vars.size(); i++) {
-    VarState now(_vars[i]);
-    const VarState& then = _states[i];
-    auto compare = [&](const char* field, const auto& a, const auto& b) {
-      if (a != b)
-        out << "variable " << i << ": " << field << " was " << a << ", is " << b << "\n";
-    };
-    compare("_initMin", then._initMin, now._initMin);
-    compare("_initMax", then._initMax, now._initMax);
-    compare("_min", then._min, now._min);
-    compare("_max", then._max, now._max);
-    compare("the values", then._values, now._values);
-    compare("_nbElements", then._nbElements, now._nbElements);
-    compare("_propMin", then._propMin, now._propMin);
-    compare("_propMax", then._propMax, now._propMax);
-    compare("_name", then._name, now._name);
-    compare("the number of attachments", then._attachments.size(), now._attachments.size());
-    for (size_t k = 0; k < then._attachments.size() && k < now._attachments.size(); k++)
-      if (then._attachments[k] != now._attachments[k])
-        out << "variable " << i << ": attachment " << k << " (newest is 0) is another one\n";
+    const VarState &then = _states[i], now = stateOf(_vars[i]);
+    const std::string variable = "variable " + std::to_string(i) + ": ";
+    for (size_t k = 0; k < now.numbers.size(); k++)
+      compare(out, variable + names[k], then.numbers[k], now.numbers[k]);
+    compare(out, variable + "the values", then.values, now.values);
+    compare(out, variable + "_name", then.name, now.name);
+    if (then.attachments != now.attachments)
+      out << variable << "attachments are other ones\n";
   }
   return out.str();
 }
 
 std::string Snapshot::changes() const
 {
+  static const char* const names[] = {"the error code", "the number of fails", "the number of choice points"};
   std::ostringstream out;
-  Counters now;
-  auto compare = [&](const char* what, int then, int is) {
-    if (then != is)
-      out << what << " was " << then << ", is " << is << "\n";
-  };
-  compare("the error code", _counters._err, now._err);
-  compare("the number of fails", _counters._fails, now._fails);
-  compare("the number of choice points", _counters._choicePoints, now._choicePoints);
+  for (size_t k = 0; k < _counters.size(); k++)
+    compare(out, names[k], _counters[k], counters()[k]);
   return changesOfVars() + out.str();
 }
 

@@ -7,6 +7,9 @@
 
 #include "solver.h"
 
+#include <array>
+#include <tuple>
+
 namespace kit {
 
 class Snapshot
@@ -21,31 +24,18 @@ public:
   std::string changesOfVars() const;
 
 private:
-  struct Attachment
-  {
-    const Tconstraint* _attachment;
-    const Constraint* _constraint;
-    int _index;
-    bool operator==(const Attachment&) const = default;
-  };
   struct VarState
   {
-    explicit VarState(const CSint* v);
-    int _initMin, _initMax, _min, _max, _nbElements, _propMin, _propMax;
-    std::string _values;
-    std::string _name;
-    std::vector<Attachment> _attachments;
+    std::array<int, 8> numbers; ///< as named in snapshot.cpp
+    std::string values, name;
+    std::vector<std::tuple<const Tconstraint*, const Constraint*, int>> attachments;
   };
-  struct Counters
-  {
-    int _err = cs_getErr();
-    int _fails = cs_getNbFails();
-    int _choicePoints = cs_getNbChoicePoints();
-  };
+  static VarState stateOf(const CSint* v);
+  static std::array<int, 3> counters() { return {cs_getErr(), cs_getNbFails(), cs_getNbChoicePoints()}; }
 
   Vars _vars;
   std::vector<VarState> _states;
-  Counters _counters;
+  std::array<int, 3> _counters = counters();
 };
 
 } // namespace kit

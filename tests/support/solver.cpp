@@ -7,7 +7,22 @@
 
 namespace kit {
 
-Runs runsOf(const Values& ascending)
+using Runs = std::vector<std::pair<int, int>>; ///< first and last of each unbroken stretch, ascending
+
+static std::string textOf(const Runs& runs)
+{
+  if (runs.size() == 1 && runs[0].first == runs[0].second)
+    return std::to_string(runs[0].first);
+  std::string text;
+  for (auto [first, last] : runs) {
+    text += (text.empty() ? "{" : ", ") + std::to_string(first);
+    if (first != last)
+      text += (int64_t(first) + 1 == last ? ", " : "..") + std::to_string(last);
+  }
+  return (text.empty() ? "{" : text) + "}";
+}
+
+std::string textOf(const Values& ascending)
 {
   Runs runs;
   for (int x : ascending) {
@@ -16,15 +31,10 @@ Runs runsOf(const Values& ascending)
     else
       runs.push_back({x, x});
   }
-  return runs;
+  return textOf(runs);
 }
 
-Runs runsOf(const CSint* v)
-{
-  if (!v->_domain)
-    return {{v->_min, v->_max}};
-  return runsOf(valuesOf(v));
-}
+std::string textOf(const CSint* v) { return v->_domain ? textOf(valuesOf(v)) : textOf(Runs{{v->_min, v->_max}}); }
 
 Values valuesOf(const CSint* v)
 {
@@ -34,26 +44,6 @@ Values valuesOf(const CSint* v)
       values.push_back(int(x));
   return values;
 }
-
-std::string textOf(const Runs& runs)
-{
-  if (runs.empty())
-    return "{}";
-  if (runs.size() == 1 && runs[0].first == runs[0].second)
-    return std::to_string(runs[0].first);
-  std::string text;
-  for (auto [first, last] : runs) {
-    text += text.empty() ? "{" : ", ";
-    text += std::to_string(first);
-    if (first != last)
-      text += (int64_t(first) + 1 == last ? ", " : "..") + std::to_string(last);
-  }
-  return text + "}";
-}
-
-std::string textOf(const CSint* v) { return textOf(runsOf(v)); }
-
-std::string textOf(const Values& ascending) { return textOf(runsOf(ascending)); }
 
 CSint* makeVar(const std::string& text)
 {
@@ -141,6 +131,22 @@ int firstFree(CSint** vars, int n)
 }
 
 const char* cheapLocator(void*) { return "test"; }
+
+Vars makeVars(const std::vector<std::string>& domains)
+{
+  Vars vars;
+  for (const std::string& domain : domains)
+    vars.push_back(makeVar(domain));
+  return vars;
+}
+
+std::string textsOf(const Vars& vars)
+{
+  std::string texts;
+  for (const CSint* v : vars)
+    texts += (texts.empty() ? "" : " ") + textOf(v);
+  return texts;
+}
 
 static char crashNote[256];
 

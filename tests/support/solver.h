@@ -9,22 +9,16 @@
 
 #include <gtest/gtest.h>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace kit {
 
 using Vars = std::vector<CSint*>;
 using Values = std::vector<int>;
-using Runs = std::vector<std::pair<int, int>>; ///< first and last of each unbroken stretch, ascending
 
 /// "5", "{3, 4}", "{1, 3..5}": a stretch of three and more values is written with two dots.
-std::string textOf(const Runs& runs);
 std::string textOf(const CSint* v);
 std::string textOf(const Values& ascending);
-
-Runs runsOf(const CSint* v);
-Runs runsOf(const Values& ascending);
 Values valuesOf(const CSint* v);
 
 /// A new variable from such a text; braces are optional: makeVar("1..9"), makeVar("{-3, 1..4}"), makeVar("7").
@@ -48,6 +42,14 @@ const char* cheapLocator(void*);
 
 /// The text to be written to the error stream if the process dies of a signal from now on; empty for none.
 void noteForCrash(const std::string& text);
+
+/// Several variables, each from its text; and the texts of several, with a blank between.
+Vars makeVars(const std::vector<std::string>& domains);
+std::string textsOf(const Vars& vars);
+
+/// Of the newest attachment.
+inline Constraint* constraintOf(const CSint* v) { return v->_constraints->_constraint; }
+inline const ConstraintInfo* infoOf(const CSint* v) { return constraintOf(v)->_info; }
 
 /// Starts the solver for each test and ends it afterwards, when the error code and the depth of the context stack must
 /// be what the test announced.

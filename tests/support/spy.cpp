@@ -62,10 +62,8 @@ int Spy::record(EventKind event, CSint* variable, int index, int old, int now)
     text += ".." + std::to_string(now) + "->" + std::to_string(variable->_min);
   else if (event != Neq || old != now)
     text += "->" + std::to_string(now);
-  calls.push_back({variable, event, old, now, index, text});
+  calls.push_back({variable, old, now});
   _log += (_log.empty() ? "" : ", ") + text;
-  if (_shared)
-    *_shared += (_shared->empty() ? "" : ", ") + _name + ": " + text;
   if (int(calls.size()) == failAt)
     return 0;
   // A copy: the callback may cause further calls, which move the vector.

@@ -24,14 +24,10 @@ public:
   struct Call
   {
     CSint* variable;
-    EventKind event;
     int old, now;
-    int index; ///< of the attachment
-    std::string text;
   };
 
-  /// With `shared` the spies write one common log, each line with the spy's name in front: "a: x Neq 3".
-  explicit Spy(std::string name = "", std::string* shared = nullptr) : _name(std::move(name)), _shared(shared) {}
+  explicit Spy(std::string name = "") : _name(std::move(name)) {}
   ~Spy();
   Spy(const Spy&) = delete;
   Spy& operator=(const Spy&) = delete;
@@ -62,7 +58,6 @@ private:
   static const Handler _handlers[6];
 
   std::string _name;
-  std::string* _shared;
   std::string _log;
   std::vector<std::pair<CSint*, std::string>> _labels;
   Constraint* _constraint = nullptr;
