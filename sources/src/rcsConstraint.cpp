@@ -110,6 +110,7 @@ int _rcsAddConstraint(Constraint* constraint, CSint* variable, int32_t index)
   // One with a state is to be looked at whatever happens.
   t->_events = constraint->_state ? UINT8_MAX : constraint->_events;
   t->_eventsOn = older ? uint8_t(t->_events | older->_eventsOn) : t->_events;
+  t->_nextOther = older && older->_events == t->_events ? older->_nextOther : older;
   variable->_constraints = t;
   if (_rcsSaveTconstraint(variable))
     return 1;

@@ -468,11 +468,11 @@ struct Filter
 
 static inline Filter filterFor(size_t event) { return {._wanted = 1u << event, ._mask = 1u << event | statefulBit}; }
 
-/// With nothing to call: the next one, or null where no older one would be called either. A profiler counts the calls
-/// of Ptrue too, so while one is on none is passed over.
+/// With nothing to call: the next one that isn't of the same kind, or null where no older one would be called either. A
+/// profiler counts the calls of Ptrue too, so while one is on none is passed over.
 static inline Tconstraint* skip(const Tconstraint* t, Filter filter)
 {
-  return t->_eventsOn & filter._wanted ? t->_next : nullptr;
+  return t->_eventsOn & filter._wanted ? t->_nextOther : nullptr;
 }
 
 /// Gives back all that is pending, also for flushes further out, in one step.
