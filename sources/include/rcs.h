@@ -63,6 +63,7 @@ struct Constraint
   Destructor _destructor;   ///< or null
   uint32_t _state;          ///< 0: ordinary; bit 0: called on failures only (cs_eventConflict)
   uint8_t _events;          ///< bit of each event whose handler isn't Ptrue
+  bool _holdsData;          ///< _data lies behind this record, in one block with it
   ConstraintInfo* _info;    ///< counted
 };
 

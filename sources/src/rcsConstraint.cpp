@@ -42,21 +42,41 @@ static uint8_t eventsOf(const Handler* handlers)
   return uint8_t(events);
 }
 
-Constraint* rcsCreateConstraint(ConstraintInfo* info, void* data, const Handler* handlers)
+/// A constraint without its data, and with room for `tail` bytes behind it.
+static Constraint* makeConstraint(ConstraintInfo* info, const Handler* handlers, size_t tail)
 {
-  auto* constraint = static_cast<Constraint*>(malloc(sizeof(Constraint)));
+  auto* constraint = static_cast<Constraint*>(malloc(sizeof(Constraint) + tail));
   if (!constraint) {
     rcsHandleNoMemoryError();
     return nullptr;
   }
-  *constraint = {._data = data,
+  *constraint = {._data = nullptr,
       ._handlers = handlers,
       ._refCount = 0,
       ._destructor = nullptr,
       ._state = 0,
       ._events = eventsOf(handlers),
+      ._holdsData = false,
       ._info = info};
   info->_refCount++;
+  return constraint;
+}
+
+Constraint* rcsCreateConstraint(ConstraintInfo* info, void* data, const Handler* handlers)
+{
+  Constraint* constraint = makeConstraint(info, handlers, 0);
+  if (constraint)
+    constraint->_data = data;
+  return constraint;
+}
+
+Constraint* newConstraintWithData(ConstraintInfo* info, const Handler* handlers, size_t size)
+{
+  Constraint* constraint = makeConstraint(info, handlers, size);
+  if (constraint) {
+    constraint->_data = constraint + 1;
+    constraint->_holdsData = true;
+  }
   return constraint;
 }
 
@@ -64,7 +84,8 @@ void freeConstraint(Constraint* constraint)
 {
   if (constraint->_destructor)
     constraint->_destructor(constraint->_data);
-  free(constraint->_data);
+  if (!constraint->_holdsData)
+    free(constraint->_data);
   releaseInfo(constraint->_info);
   free(constraint);
 }

@@ -41,20 +41,15 @@ template <typename Post>
 }
 
 /// A new constraint with a copy of `data` as its private record, and room for `tail` bytes behind that; null, with
-/// nothing left behind, when out of memory.
+/// nothing left behind, when out of memory. All lies in one block of memory, since a handler that is woken reads all.
 template <typename Data>
 Constraint* newConstraint(ConstraintInfo* info, const Handler* handlers, const Data& data, size_t tail = 0)
 {
   static_assert(std::is_trivially_copyable_v<Data> && std::is_trivially_destructible_v<Data>);
-  auto* record = static_cast<Data*>(malloc(sizeof(Data) + tail));
-  if (!record) {
-    rcsHandleNoMemoryError();
-    return nullptr;
-  }
-  *record = data;
-  Constraint* constraint = rcsCreateConstraint(info, record, handlers);
-  if (!constraint)
-    free(record);
+  static_assert(sizeof(Constraint) % alignof(Data) == 0);
+  Constraint* constraint = newConstraintWithData(info, handlers, sizeof(Data) + tail);
+  if (constraint)
+    *static_cast<Data*>(constraint->_data) = data;
   return constraint;
 }
 

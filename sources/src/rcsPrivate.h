@@ -25,6 +25,9 @@ void _flushPropagationQueue(void);
 /// Gives one use of the info up; the last one frees it.
 void releaseInfo(ConstraintInfo* info);
 
+/// As rcsCreateConstraint, with `size` bytes for the private record in the block of the constraint itself.
+Constraint* newConstraintWithData(ConstraintInfo* info, const Handler* handlers, size_t size);
+
 /// Frees a constraint that has no attachments, with its data and its claim on the info.
 void freeConstraint(Constraint* constraint);
 
