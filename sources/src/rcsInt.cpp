@@ -6,6 +6,7 @@
  * doesn't take the set away. Bits outside the bounds say nothing, so that moving a bound is one store and so is its
  * undoing. Whether a variable has holes shows only in its count of values.
  */
+#include "rcsBits.h"
 #include "rcsBound.h"
 #include "rcsKernel.h"
 
@@ -224,39 +225,69 @@ static inline int storeMax(CSint* v, int32_t value)
   return tellBound<Upper>(v, isFixed(v) ? NewMaxEq : NewMax, value);
 }
 
-// Out of line, so that the way of a pure interval stays short.
-[[gnu::noinline]] static int raiseMinOverHoles(CSint* v, int32_t value)
+/// The two ways over a bit-set: up for a minimum, down for a maximum.
+struct Up
 {
-  v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, v->_min, value - 1)));
-  return storeMin(v, rcsDomainNextOn(v->_domain, value - 1));
+  static uint64_t from(uint64_t bits, uint32_t place) { return bits & ~uint64_t(0) << place; }
+  static uint32_t nearest(uint64_t bits) { return uint32_t(std::countr_zero(bits)); }
+  static int32_t firstFrom(const Domain* set, int32_t value) { return rcsDomainNextOn(set, value - 1); }
+  static uint32_t count(const Domain* set, int32_t from, int32_t to) { return rcsDomainCountOn(set, from, to - 1); }
+  static int store(CSint* v, int32_t value) { return storeMin(v, value); }
+};
+
+struct Down
+{
+  static uint64_t from(uint64_t bits, uint32_t place) { return bits & ~uint64_t(0) >> (63 - place); }
+  static uint32_t nearest(uint64_t bits) { return 63 - uint32_t(std::countl_zero(bits)); }
+  static int32_t firstFrom(const Domain* set, int32_t value) { return rcsDomainPrevOn(set, value + 1); }
+  static uint32_t count(const Domain* set, int32_t from, int32_t to) { return rcsDomainCountOn(set, to + 1, from); }
+  static int store(CSint* v, int32_t value) { return storeMax(v, value); }
+};
+
+/// Where a bound comes to stand, and how many values it leaves behind.
+struct Leap
+{
+  int32_t _bound;
+  uint32_t _passed;
+};
+
+/// A bound goes from `from` to the first value from `to` on, both of them in the range of the set. Most leaps end in
+/// the word in which they start.
+template <typename Way>
+static inline Leap leap(const Domain* set, int32_t from, int32_t to)
+{
+  const uint32_t a = offsetOf(set, from), b = offsetOf(set, to);
+  if (a >> 6 == b >> 6) [[likely]] {
+    const uint64_t bits = Way::from(wordAt(set, b >> 6), a & 63), ahead = Way::from(bits, b & 63);
+    if (ahead) [[likely]]
+      return {wrapAdd(set->_low, int32_t((b & ~uint32_t(63)) + Way::nearest(ahead))), countBits(bits ^ ahead)};
+  }
+  return {Way::firstFrom(set, to), Way::count(set, from, to)};
 }
 
-[[gnu::noinline]] static int lowerMaxOverHoles(CSint* v, int32_t value)
+// Out of line, so that the way of a pure interval stays short.
+template <typename Way>
+[[gnu::noinline]] static int moveOverHoles(CSint* v, int32_t from, int32_t to)
 {
-  v->_nbElements = wrapSub(v->_nbElements, int32_t(rcsDomainCountOn(v->_domain, value + 1, v->_max)));
-  return storeMax(v, rcsDomainPrevOn(v->_domain, value + 1));
+  const auto [bound, passed] = leap<Way>(v->_domain, from, to);
+  v->_nbElements = wrapSub(v->_nbElements, int32_t(passed));
+  return Way::store(v, bound);
 }
 
 /// The same for a bound that is known to be the only value passed: nothing has to be counted.
-[[gnu::noinline]] static int dropMinOverHoles(CSint* v, int32_t value)
+template <typename Way>
+[[gnu::noinline]] static int dropOverHoles(CSint* v, int32_t to)
 {
-  assert(v->_min < value && value <= v->_max);
+  assert(v->_min <= to && to <= v->_max);
   v->_nbElements = wrapSub(v->_nbElements, 1);
-  return storeMin(v, rcsDomainNextOn(v->_domain, value - 1));
-}
-
-[[gnu::noinline]] static int dropMaxOverHoles(CSint* v, int32_t value)
-{
-  assert(v->_min <= value && value < v->_max);
-  v->_nbElements = wrapSub(v->_nbElements, 1);
-  return storeMax(v, rcsDomainPrevOn(v->_domain, value + 1));
+  return Way::store(v, leap<Way>(v->_domain, to, to)._bound);
 }
 
 static inline int raiseMin(CSint* v, int32_t value)
 {
   assert(v->_min < value && value <= v->_max);
   if (hasHoles(v))
-    return raiseMinOverHoles(v, value);
+    return moveOverHoles<Up>(v, v->_min, value);
   v->_nbElements = wrapCount(value, v->_max);
   return storeMin(v, value);
 }
@@ -265,7 +296,7 @@ static inline int lowerMax(CSint* v, int32_t value)
 {
   assert(v->_min <= value && value < v->_max);
   if (hasHoles(v))
-    return lowerMaxOverHoles(v, value);
+    return moveOverHoles<Down>(v, v->_max, value);
   v->_nbElements = wrapCount(v->_min, value);
   return storeMax(v, value);
 }
@@ -359,11 +390,11 @@ int rcsRemoveValue(CSint* variable, int32_t value)
     return withRoom(rcsRemoveValue, variable, value);
   if (value == variable->_min) {
     writeOld(variable, NewMin, value, variable->_nbElements);
-    return hasHoles(variable) ? dropMinOverHoles(variable, value + 1) : raiseMin(variable, value + 1);
+    return hasHoles(variable) ? dropOverHoles<Up>(variable, value + 1) : raiseMin(variable, value + 1);
   }
   if (value == variable->_max) {
     writeOld(variable, NewMax, value, variable->_nbElements);
-    return hasHoles(variable) ? dropMaxOverHoles(variable, value - 1) : lowerMax(variable, value - 1);
+    return hasHoles(variable) ? dropOverHoles<Down>(variable, value - 1) : lowerMax(variable, value - 1);
   }
   writeOld(variable, Neq, value, variable->_nbElements);
   if (!variable->_domain && !makeBits(variable))
