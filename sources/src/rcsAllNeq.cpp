@@ -89,7 +89,7 @@ static int PallNeqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
   int32_t value = v->_min;
   for (int32_t j = 0; j < a->_size; j++) {
     CSint* other = a->_vars[j];
-    if (other != v && holds(other, value) && !rcsRemoveValue(other, value))
+    if (other != v && !removeIfHeld(other, value))
       return 0;
   }
   return 1;

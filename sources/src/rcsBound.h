@@ -51,7 +51,10 @@ inline bool holds(const CSint* v, int32_t value)
 
 inline bool isFixed(const CSint* v) { return v->_nbElements == 1; }
 
-inline int removeIfHeld(CSint* v, int32_t value) { return !holds(v, value) || rcsRemoveValue(v, value); }
+/// As rcsRemoveValue, for a value that is known to be in the domain.
+int removeHeld(CSint* v, int32_t value);
+
+inline int removeIfHeld(CSint* v, int32_t value) { return !holds(v, value) || removeHeld(v, value); }
 
 /// In 32 bits that wrap, like the count itself.
 inline bool hasHoles(const CSint* v) { return v->_domain && v->_nbElements != wrapCount(v->_min, v->_max); }

@@ -386,8 +386,15 @@ int rcsRemoveValue(CSint* variable, int32_t value)
     return value != variable->_min;
   if (!rcsDomainIsOn(variable->_domain, value))
     return 1;
+  return removeHeld(variable, value);
+}
+
+int removeHeld(CSint* variable, int32_t value)
+{
+  if (isFixed(variable))
+    return value != variable->_min;
   if (!hasRoom(_e)) [[unlikely]]
-    return withRoom(rcsRemoveValue, variable, value);
+    return withRoom(removeHeld, variable, value);
   if (value == variable->_min) {
     writeOld(variable, NewMin, value, variable->_nbElements);
     return hasHoles(variable) ? dropOverHoles<Up>(variable, value + 1) : raiseMin(variable, value + 1);
