@@ -73,12 +73,13 @@ struct Walk
   int64_t _next;  ///< value of the lowest of _bits
   uint64_t _bits; ///< from _next on, as read; those passed are gone
   int64_t _end;   ///< first value that isn't among the bits
+  int64_t _last;  ///< largest value that there was at the last reading: there can only be fewer since
 };
 
 static inline Walk walkOver(const CSint* variable, int32_t size)
 {
   int64_t first = largerOf(variable->_min, 0);
-  return {._variable = variable, ._size = size, ._value = 0, ._next = first, ._bits = 0, ._end = first};
+  return {._variable = variable, ._size = size, ._value = 0, ._next = first, ._bits = 0, ._end = first, ._last = size};
 }
 
 /// An update may have moved the upper bound, turned bits off or made the bit-set: what lies ahead is read afresh.
@@ -88,25 +89,28 @@ static inline void readAgain(Walk& w)
   w._end = int64_t(w._value) + 1;
 }
 
-static inline bool readWord(Walk& w)
+/// Reads the next word that has a bit on; false when there is none.
+[[gnu::always_inline]] static inline bool readWord(Walk& w)
 {
   const Domain* set = w._variable->_domain;
-  int64_t last = smallerOf(w._variable->_max, w._size - 1);
+  w._last = smallerOf(w._variable->_max, w._size - 1);
   if (set)
-    last = smallerOf(int32_t(last), set->_high);
-  w._next = w._end;
-  if (w._next > last)
-    return false;
-  w._bits = bitsFrom(set, int32_t(w._next)) & lowestBits(last - w._next + 1);
-  w._end += 64;
+    w._last = smallerOf(int32_t(w._last), set->_high);
+  do {
+    w._next = w._end;
+    if (w._next > w._last)
+      return false;
+    w._bits = bitsFrom(set, int32_t(w._next)) & lowestBits(w._last - w._next + 1);
+    w._end += 64;
+  } while (!w._bits);
   return true;
 }
 
-static inline bool advance(Walk& w)
+/// Both inlined, so that a walk of the innermost loops lives in registers.
+[[gnu::always_inline]] static inline bool advance(Walk& w)
 {
-  while (!w._bits)
-    if (!readWord(w))
-      return false;
+  if (!w._bits && (w._end > w._last || !readWord(w)))
+    return false;
   w._value = int32_t(w._next + std::countr_zero(w._bits));
   w._bits &= w._bits - 1;
   return true;
