@@ -86,9 +86,10 @@ static int PallNeqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
   if (isWitness(v, a) && !rewatch(a))
     return 0;
   // By identity, unlike at posting: a variable that stands twice doesn't fail against itself here.
-  int32_t value = v->_min;
-  for (int32_t j = 0; j < a->_size; j++) {
-    CSint* other = a->_vars[j];
+  CSint** const vars = a->_vars;
+  const int32_t size = a->_size, value = v->_min;
+  for (int32_t j = 0; j < size; j++) {
+    CSint* other = vars[j];
     if (other != v && !removeIfHeld(other, value))
       return 0;
   }

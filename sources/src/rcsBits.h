@@ -15,6 +15,13 @@ inline uint32_t offsetOf(const Domain* set, int32_t value) { return uint32_t(val
 
 inline bool covers(const Domain* set, int32_t value) { return set->_low <= value && value <= set->_high; }
 
+/// Of a value that the set covers.
+inline bool bitAt(const Domain* set, int32_t value)
+{
+  const uint32_t i = offsetOf(set, value);
+  return set->_bits[i >> 3] >> (i & 7) & 1;
+}
+
 inline size_t wordsOf(const Domain* set) { return (size_t(set->_nbBytes) + 7) / 8; }
 
 inline uint64_t wordAt(const Domain* set, size_t index)

@@ -10,6 +10,7 @@
 
 #include "rcs.h"
 #include "rcsArith.h"
+#include "rcsBits.h"
 
 struct Upper;
 
@@ -43,10 +44,10 @@ struct Upper
   static constexpr uint64_t gap(int64_t a, int64_t b) { return uint64_t(a) - uint64_t(b); }
 };
 
-/// Is the value in the variable's domain? The plain bit-set test answers only between the bounds.
+/// Is the value in the variable's domain? The bit-set, where there is one, covers all that lies between the bounds.
 inline bool holds(const CSint* v, int32_t value)
 {
-  return v->_min <= value && value <= v->_max && rcsDomainIsOn(v->_domain, value);
+  return v->_min <= value && value <= v->_max && (!v->_domain || bitAt(v->_domain, value));
 }
 
 inline bool isFixed(const CSint* v) { return v->_nbElements == 1; }

@@ -77,10 +77,7 @@ int rcsDomainIsOn(const Domain* set, int32_t value)
 {
   if (!set)
     return 1;
-  if (!covers(set, value))
-    return 0;
-  uint32_t i = offsetOf(set, value);
-  return (set->_bits[i >> 3] >> (i & 7)) & 1;
+  return covers(set, value) && bitAt(set, value);
 }
 
 uint32_t rcsDomainCountOn(const Domain* set, int32_t from, int32_t to)

@@ -9,6 +9,7 @@
 #include "rcsBits.h"
 #include "rcsBound.h"
 #include "rcsKernel.h"
+#include "rcsPrivate.h"
 
 #include <cstdarg>
 #include <cstdlib>
@@ -210,6 +211,10 @@ static inline int tellFixedInside(CSint* v, int32_t value)
 
 static inline int tellRemoved(CSint* v, int32_t value)
 {
+  // A removal leaves nothing to note, so where no attachment wants it no record has to pass through the queue.
+  const Tconstraint* newest = v->_constraints;
+  if (newest && !(newest->_eventsOn & 1u << Neq) && !IsProfileEnabled)
+    return 1;
   return propagate(v, Neq, value, [=] { return flushChange(v, Neq, value, value); });
 }
 
@@ -384,7 +389,7 @@ int rcsRemoveValue(CSint* variable, int32_t value)
     return 1;
   if (isFixed(variable))
     return value != variable->_min;
-  if (!rcsDomainIsOn(variable->_domain, value))
+  if (variable->_domain && !bitAt(variable->_domain, value))
     return 1;
   return removeHeld(variable, value);
 }
