@@ -160,6 +160,14 @@ public:
       archive << _values[i];
   }
 
+  /// Tries that value first, if it is there.
+  void bringForward(int value)
+  {
+    int* place = std::find(_values, _values + alternatives(), value);
+    if (place != _values + alternatives())
+      std::rotate(_values, place, place + 1);
+  }
+
   int position() const { return _position; }
   int value(unsigned i) const { return _values[i]; }
 
@@ -168,7 +176,7 @@ private:
   int* _values;
 };
 
-enum class Choose { first, fewest };
+enum class Choose { first, fewest, earliest };
 
 template <class View, Choose choose>
 class Ascending : public Brancher
@@ -192,9 +200,10 @@ public:
   const Choice* choice(Space&) override
   {
     int chosen = _start;
-    if constexpr (choose == Choose::fewest)
+    if constexpr (choose != Choose::first)
       for (int i = _start + 1; i < _x.size(); i++)
-        if (!_x[i].assigned() && _x[i].size() < _x[chosen].size())
+        if (!_x[i].assigned() &&
+            (choose == Choose::fewest ? _x[i].size() < _x[chosen].size() : _x[i].min() < _x[chosen].min()))
           chosen = i;
     return new Values(*this, chosen, _x[chosen]);
   }
@@ -732,12 +741,111 @@ static Outcome tour(const Problem& problem)
   return minimize(model);
 }
 
+// =====================================================================================================================
+// Rosters and projects
+// =====================================================================================================================
+
+/// Day by day, those with the fewest shifts left first, each with the shift of the day before if that may be.
+class DayByDay : public Brancher
+{
+public:
+  static void post(Home home, const IntVarArgs& shifts, int nbPeople)
+  {
+    (void)new (home) DayByDay(home, ViewArray<IntView>(home, shifts), nbPeople);
+  }
+
+  DayByDay(Home home, ViewArray<IntView> shifts, int nbPeople) : Brancher(home), _shifts(shifts), _nbPeople(nbPeople) {}
+
+  DayByDay(Space& home, DayByDay& other) : Brancher(home, other), _nbPeople(other._nbPeople), _start(other._start)
+  {
+    _shifts.update(home, other._shifts);
+  }
+
+  Actor* copy(Space& home) override { return new (home) DayByDay(home, *this); }
+
+  bool status(const Space&) const override
+  {
+    while (_start < _shifts.size() && _shifts[_start].assigned())
+      _start++;
+    return _start < _shifts.size();
+  }
+
+  const Choice* choice(Space&) override
+  {
+    const int nextDay = (_start / _nbPeople + 1) * _nbPeople;
+    int chosen = _start;
+    for (int i = _start + 1; i < nextDay; i++)
+      if (!_shifts[i].assigned() && _shifts[i].size() < _shifts[chosen].size())
+        chosen = i;
+    auto* values = new Values(*this, chosen, _shifts[chosen]);
+    if (chosen >= _nbPeople)
+      values->bringForward(_shifts[chosen - _nbPeople].min());
+    return values;
+  }
+
+  const Choice* choice(const Space&, Archive& archive) override { return new Values(*this, archive); }
+
+  ExecStatus commit(Space& home, const Choice& choice, unsigned alternative) override
+  {
+    const auto& values = static_cast<const Values&>(choice);
+    return me_failed(_shifts[values.position()].eq(home, values.value(alternative))) ? ES_FAILED : ES_OK;
+  }
+
+  size_t dispose(Space& home) override
+  {
+    (void)Brancher::dispose(home);
+    return sizeof(*this);
+  }
+
+private:
+  ViewArray<IntView> _shifts;
+  int _nbPeople;
+  mutable int _start = 0; // all shifts before it are assigned
+};
+
+static Outcome roster(const Problem& problem)
+{
+  const bench::Roster plan = bench::roster(problem.size);
+  const int people = plan.nbPeople, nbDays = plan.nbDays;
+  std::vector<DFA::Transition> transitions;
+  std::vector<int> finals;
+  for (int state = 0; state < plan.nbStates; state++) {
+    finals.push_back(state);
+    for (int shift = 0; shift < plan.nbShifts; shift++)
+      if (const int next = plan.next[size_t(state * plan.nbShifts + shift)]; next >= 0)
+        transitions.emplace_back(state, shift, next);
+  }
+  transitions.emplace_back(-1, 0, 0);
+  finals.push_back(-1);
+  const DFA automaton(0, transitions.data(), finals.data());
+  auto* model = new Model(nbDays * people, 0, plan.nbShifts - 1);
+  for (int i = 0; i < people; i++)
+    extensional(*model, model->x.slice(i, people, nbDays), automaton);
+  for (int day = 0; day < nbDays; day++)
+    for (int shift = 1; shift < plan.nbShifts; shift++)
+      count(*model, model->x.slice(day * people, 1, people), shift, IRT_EQ, plan.demand[size_t(shift)]);
+  DayByDay::post(*model, model->x, people);
+  return findFirst(model, [&](const IntVarArray& x) { return bench::isRoster(plan, valuesOf(x)); });
+}
+
+static Outcome project(const Problem& problem)
+{
+  const bench::Project plan = bench::project(problem.size);
+  auto* model = new Model;
+  model->x = IntVarArray(*model, problem.size);
+  for (int i = 0; i < problem.size; i++)
+    model->x[i] = IntVar(*model, 0, plan.end - plan.durations[size_t(i)]);
+  cumulative(*model, plan.capacity, model->x, IntArgs(plan.durations), IntArgs(plan.needs), IPL_BASIC);
+  branchOn<Choose::earliest>(*model, model->x);
+  return findFirst(model, [&](const IntVarArray& x) { return bench::isSchedule(plan, valuesOf(x)); });
+}
+
 static const bench::Model models[] = {{"start", start}, {"queens", queens}, {"queens-neq", queensNeq},
     {"queens-first", queensFirst}, {"queens-first-neq", queensFirstNeq}, {"magic", magic}, {"latin", latin},
     {"quasigroup", quasigroup}, {"langford", langford}, {"colouring", colouring}, {"pigeonholes", pigeonholes},
     {"cryptarithm", cryptarithms}, {"linear", linearSystem}, {"knapsack", knapsacks}, {"nonogram", nonograms},
     {"cars", carLine}, {"jobshop-ft06", jobShops}, {"jobshop-la01", jobShops}, {"jobshop-la02", jobShops},
     {"jobshop-la03", jobShops}, {"jobshop-la04", jobShops}, {"jobshop-la05", jobShops}, {"golomb", golomb},
-    {"interval", interval}, {"tour", tour}};
+    {"interval", interval}, {"tour", tour}, {"roster", roster}, {"project", project}};
 
 int main(int argc, char** argv) { return bench::run(argc, argv, bench::Program::peer, models, int(std::size(models))); }

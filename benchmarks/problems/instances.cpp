@@ -385,6 +385,77 @@ bool isSchedule(const JobShop& shop, const Ints& starts, int length)
 // A tour
 // =====================================================================================================================
 
+Project project(int nbTasks)
+{
+  unsigned random = 1;
+  auto pick = [&](int low, int high) {
+    random = random * 1103515245u + 12345u;
+    return low + int(random >> 16) % (high - low + 1);
+  };
+  Project made = {.capacity = 8, .durations = {}, .needs = {}, .end = 0};
+  Ints load(size_t(10 * nbTasks), 0);
+  for (int i = 0; i < nbTasks; i++) {
+    const int duration = pick(2, 9), need = pick(1, 4);
+    auto fitsAt = [&](int start) {
+      return std::all_of(load.begin() + start, load.begin() + start + duration,
+          [&](int busy) { return busy + need <= made.capacity; });
+    };
+    int start = 0;
+    while (!fitsAt(start))
+      start++;
+    for (int t = start; t < start + duration; t++)
+      load[size_t(t)] += need;
+    made.durations.push_back(duration);
+    made.needs.push_back(need);
+    made.end = std::max(made.end, start + duration);
+  }
+  return made;
+}
+
+bool isSchedule(const Project& project, const Ints& starts)
+{
+  Ints busy(size_t(project.end), 0);
+  for (size_t i = 0; i < starts.size(); i++)
+    for (int t = starts[i]; t < starts[i] + project.durations[i]; t++)
+      busy[size_t(t)] += project.needs[i];
+  return *std::max_element(busy.begin(), busy.end()) <= project.capacity;
+}
+
+Roster roster(int nbPeople)
+{
+  constexpr int nbShifts = Roster::nbShifts;
+  auto stateOf = [](int shift, int days) { return shift == 0 ? 0 : 1 + (shift - 1) * Roster::longest + days - 1; };
+  Roster made = {.nbPeople = nbPeople,
+      .next = Ints(size_t(Roster::nbStates * nbShifts), -1),
+      .demand = {0, nbPeople / 4, nbPeople / 4, nbPeople / 8}};
+  for (int last = 0; last < nbShifts; last++)
+    for (int days = 1; days <= (last == 0 ? 1 : Roster::longest); days++)
+      for (int shift = 0; shift < nbShifts; shift++) {
+        const int worked = last == 0 ? 0 : days;
+        if (shift == 0 || (shift >= last && worked < Roster::longest))
+          made.next[size_t(stateOf(last, days) * nbShifts + shift)] = stateOf(shift, worked + 1);
+      }
+  return made;
+}
+
+bool isRoster(const Roster& roster, const Ints& shifts)
+{
+  auto on = [&](int day, int person) { return shifts[size_t(day * roster.nbPeople + person)]; };
+  for (int person = 0; person < roster.nbPeople; person++)
+    for (int day = 0, state = 0; day < Roster::nbDays; day++) {
+      state = roster.next[size_t(state * Roster::nbShifts + on(day, person))];
+      if (state < 0)
+        return false;
+    }
+  for (int day = 0; day < Roster::nbDays; day++) {
+    const auto today = shifts.begin() + day * roster.nbPeople;
+    for (int shift = 1; shift < Roster::nbShifts; shift++)
+      if (std::count(today, today + roster.nbPeople, shift) != roster.demand[size_t(shift)])
+        return false;
+  }
+  return true;
+}
+
 Ints distances(int n)
 {
   Random random = {uint64_t(n)};

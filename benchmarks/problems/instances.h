@@ -105,6 +105,31 @@ std::vector<Pair> pairsOf(const JobShop& shop);
 Ints durationsOf(const JobShop& shop);
 bool isSchedule(const JobShop& shop, const Ints& starts, int length);
 
+/// Tasks on one resource, and the end of a greedy schedule of them.
+struct Project
+{
+  int capacity;
+  Ints durations;
+  Ints needs;
+  int end;
+};
+Project project(int nbTasks);
+bool isSchedule(const Project& project, const Ints& starts);
+
+/// People on shifts: 0 for none, then early, late, night. Nobody works more than five days in a row, and from one shift
+/// to the next day's nobody goes back but by a day off. The state of the automaton is the last shift and the days
+/// worked; all states are final.
+struct Roster
+{
+  static constexpr int nbDays = 28, nbShifts = 4, longest = 5, nbStates = 1 + 3 * longest;
+  int nbPeople;
+  Ints next;                 ///< next[state * nbShifts + shift], or -1
+  std::array<int, 4> demand; ///< of each day, by shift
+};
+Roster roster(int nbPeople);
+/// The shift of a person on a day stands at day * nbPeople + person.
+bool isRoster(const Roster& roster, const Ints& shifts);
+
 /// The distances of n points in the plane, rounded; from i to j at i * n + j.
 Ints distances(int n);
 

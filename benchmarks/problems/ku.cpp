@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <deque>
+#include <numeric>
 #include <string>
 
 using namespace bench;
@@ -429,54 +430,30 @@ static int changesShift(int day, int person, int shift)
   return day == 0 || cs_getMin(rosterDays[size_t(day) - 1][person]) != shift;
 }
 
-/// Shifts are 0 for none, then early, late, night. Nobody works more than five days in a row, and from one shift to the
-/// next day's nobody goes back but by a day off. The state of the automaton is the last shift and the days worked.
 static Outcome roster(const Problem& problem)
 {
-  constexpr int nbDays = 28, nbShifts = 4, most = 5, nbStates = 1 + 3 * most;
-  static int next[nbStates * nbShifts], finals[nbStates];
-  auto stateOf = [](int shift, int days) { return shift == 0 ? 0 : 1 + (shift - 1) * most + days - 1; };
-  for (int last = 0; last < nbShifts; last++)
-    for (int days = 1; days <= (last == 0 ? 1 : most); days++)
-      for (int shift = 0; shift < nbShifts; shift++) {
-        const int state = stateOf(last, days), worked = last == 0 ? 0 : days;
-        const bool allowed = shift == 0 || (shift >= last && worked < most);
-        next[state * nbShifts + shift] = allowed ? stateOf(shift, worked + 1) : -1;
-        finals[state] = state;
-      }
-  const int people = problem.size;
+  constexpr int nbDays = Roster::nbDays, nbShifts = Roster::nbShifts, nbStates = Roster::nbStates;
+  const Roster plan = bench::roster(problem.size);
+  const int people = plan.nbPeople;
+  Ints finals(nbStates);
+  std::iota(finals.begin(), finals.end(), 0);
   Vars days = makeVars(nbDays * people, 0, nbShifts - 1); // day by day
-  const int demand[] = {0, people / 4, people / 4, people / 8};
   bool posted = true;
   for (int i = 0; i < people; i++) {
     Vars word;
     for (int day = 0; day < nbDays; day++)
       word.push_back(days[size_t(day * people + i)]);
-    posted = posted && cs_Regular(keep(word), nbDays, next, nbStates, nbShifts, 0, finals, nbStates);
+    posted = posted && cs_Regular(keep(word), nbDays, plan.next.data(), nbStates, nbShifts, 0, finals.data(), nbStates);
   }
   for (int day = 0; day < nbDays; day++)
     for (int shift = 1; shift < nbShifts; shift++)
-      posted = posted && cs_OccurConstraints(CSINT(demand[shift]), shift,
+      posted = posted && cs_OccurConstraints(CSINT(plan.demand[size_t(shift)]), shift,
                              keep(Vars(days.begin() + day * people, days.begin() + (day + 1) * people)), people);
   for (int day = 0; day < nbDays; day++)
     rosterDays.push_back(days.data() + day * people);
   const bool found = posted && cs_searchMatrix(rosterDays.data(), nbDays, people, openDay, fewestShifts, changesShift);
   Outcome outcome = withCounters(found);
-  auto isRoster = [&] {
-    for (int i = 0; i < people; i++)
-      for (int day = 0, state = 0; day < nbDays; day++) {
-        state = next[state * nbShifts + cs_getValue(days[size_t(day * people + i)])];
-        if (state < 0)
-          return false;
-      }
-    for (int day = 0; day < nbDays; day++)
-      for (int shift = 1; shift < nbShifts; shift++)
-        if (std::count_if(days.begin() + day * people, days.begin() + (day + 1) * people,
-                [=](const CSint* v) { return cs_getValue(v) == shift; }) != demand[shift])
-          return false;
-    return true;
-  };
-  outcome.sound = !found || isRoster();
+  outcome.sound = !found || isRoster(plan, valuesOf(days));
   return outcome;
 }
 
@@ -492,42 +469,15 @@ static CSint* earliest(CSint** vars, int n)
 
 static Outcome project(const Problem& problem)
 {
-  constexpr int capacity = 8;
-  unsigned random = 1;
-  auto pick = [&](int low, int high) {
-    random = random * 1103515245u + 12345u;
-    return low + int(random >> 16) % (high - low + 1);
-  };
-  std::vector<int> length, need, load(size_t(10 * problem.size), 0);
-  int end = 0;
-  for (int i = 0; i < problem.size; i++) {
-    length.push_back(pick(2, 9));
-    need.push_back(pick(1, 4));
-    auto fitsAt = [&](int start) {
-      return std::all_of(load.begin() + start, load.begin() + start + length.back(),
-          [&](int busy) { return busy + need.back() <= capacity; });
-    };
-    int start = 0;
-    while (!fitsAt(start))
-      start++;
-    for (int t = start; t < start + length.back(); t++)
-      load[size_t(t)] += need.back();
-    end = std::max(end, start + length.back());
-  }
+  const Project plan = bench::project(problem.size);
   Vars starts, lengths, needs;
-  for (int i = 0; i < problem.size; i++) {
-    starts.push_back(cs_createCSint(0, end - length[size_t(i)]));
-    lengths.push_back(CSINT(length[size_t(i)]));
-    needs.push_back(CSINT(need[size_t(i)]));
+  for (size_t i = 0; i < plan.durations.size(); i++) {
+    starts.push_back(cs_createCSint(0, plan.end - plan.durations[i]));
+    lengths.push_back(CSINT(plan.durations[i]));
+    needs.push_back(CSINT(plan.needs[i]));
   }
-  const bool posted = cs_Cumulative(keep(starts), keep(lengths), keep(needs), problem.size, CSINT(capacity));
-  return findFirst(posted, starts, earliest, [&] {
-    std::vector<int> busy(size_t(end), 0);
-    for (size_t i = 0; i < starts.size(); i++)
-      for (int t = cs_getValue(starts[i]); t < cs_getValue(starts[i]) + length[i]; t++)
-        busy[size_t(t)] += need[i];
-    return *std::max_element(busy.begin(), busy.end()) <= capacity;
-  });
+  const bool posted = cs_Cumulative(keep(starts), keep(lengths), keep(needs), problem.size, CSINT(plan.capacity));
+  return findFirst(posted, starts, earliest, [&] { return isSchedule(plan, valuesOf(starts)); });
 }
 
 /// The next variable of a search without a fail, without looking at those before it.
