@@ -34,8 +34,7 @@
  *   One solver. There is one solver in a process, without a handle, and it serves one thread. Between cs_init and
  *   cs_end variables, constraints, contexts and searches may follow each other in any order. Before cs_init and after
  *   cs_end only cs_init, cs_end, cs_getVersion, cs_getErr, cs_setErr, cs_initErr, cs_setErrHandler, cs_freeDomain, the
- *   counters of the last search, and the writing of the report of a deleted profiler
- *   may be called.
+ *   counters of the last search, and the writing of the report of a deleted profiler may be called.
  *
  *   Values are 32-bit signed. Where a bound can leave that range, the function says whether it saturates or wraps.
  *   A variable's range (max - min + 1) should stay below 2^31: the count of its values is kept in 32 bits and wraps.
@@ -44,8 +43,8 @@
  *   constraint is no error: it means that no solution is left here. The variables stay partly narrowed, and the
  *   constraint stays attached, until a context that was saved before is restored.
  *
- *   Errors are three: the value of a free variable was asked for, a sum overflowed, memory ran out. See
- * cs_setErrHandler.
+ *   Errors are three: the value of a free variable was asked for, a sum overflowed, memory ran out; see
+ *   cs_setErrHandler.
  *
  *   Names. Two capitals (cs_EQ, cs_LT) relate a variable to a number; one capital (cs_Eq, cs_Lt) relates variables. A V
  *   after cs_ marks a variadic form: a count, then that many variables.
@@ -243,8 +242,8 @@ CS_API void cs_fprintf(FILE* stream, const char* format, ...);
  * Contexts
  *
  * A context is a mark on the trail. Restoring it brings back every domain, every attachment and the client's own data
- * as they were at the mark; accepting it drops the records and keeps the changes for good; forgetting it
- * hands the changes to the enclosing context. Contexts are a stack and have labels: the outermost is 1. What is done
+ * as they were at the mark; accepting it drops the records and keeps the changes for good; forgetting it hands the
+ * changes to the enclosing context. Contexts are a stack and have labels: the outermost is 1. What is done
  * while no context exists is never undone.
  *
  *              changes                     functions of cs_backtrack     arrays of cs_createCSintArray
@@ -254,8 +253,9 @@ CS_API void cs_fprintf(FILE* stream, const char* format, ...);
  *
  * What is accepted can't be undone any more, but an enclosing context still undoes its own records. If it had changed
  * the same variable before, its restore puts that variable's older bounds and count back over the accepted ones; if it
- * had attached a constraint to it, the newest attachment goes in place of that one. So accept only what touches other
- * variables than the enclosing context does; where both touch one, forget instead.
+ * had attached a constraint to it, the newest attachment goes in place of that one, and the constraint that loses it
+ * may miss changes from then on or do nothing at all any more. So accept only what touches other variables than the
+ * enclosing context does; where both touch one, forget instead.
  *
  * Saves and pops must be balanced. A restore, accept or forget with no context on the stack, or an Until form with a
  * label below 1, is a fault of the caller that the solver doesn't survive.
@@ -558,11 +558,13 @@ CS_API CSint* cs_Element(CSint* index, const int* table, int n);
  * z = variables[index]. The index is cut to 0..n-1, and z has exactly the values that the variables at its positions
  * have; it is a plain interval when these leave no gap. Domain consistent, by a remembered support for each value of z
  * and for each position. Null with n = 0, and when the index has no position in the array; a negative n fails after
- * raising the index's minimum to 0. A variable may stand at several positions, and may be the index itself. One at a
- * position that the index has lost is left alone.
+ * raising the index's minimum to 0. A variable may stand at several positions, and may be the index itself; each place
+ * then counts by itself, which is less than domain consistent. A variable at a position that the index has lost is left
+ * alone.
  *
- * Posting visits each value of each variable once. Afterwards an event costs a search over the positions for each value
- * that has lost its support, mostly one for a whole run of them, and a walk over the common values for each position.
+ * Posting visits each value of each variable once. Afterwards an event costs a test for each value of z or each
+ * position of the index, a search over the positions for each value that has lost its support, mostly one for a whole
+ * run of them, and a walk over the common values for each position that has lost its own.
  * Memory: 4 bytes for each integer between the smallest and the largest value, and for each position; for variables
  * that are far apart take cs_VarElementRange.
  */
@@ -571,8 +573,9 @@ CS_API CSint* cs_VarElement(CSint* index, CSint** variables, int n);
 /*
  * The same relation by bounds: z is an interval from the smallest to the largest value of the variables at the index's
  * positions. A position leaves the index when its variable's bounds don't meet those of z; holes are looked at only
- * where z or the variable is instantiated. Null as for cs_VarElement. Cost: constant for most events, a scan over the
- * positions when one of the two that give z its bounds has moved. Memory: constant, but for the attachments.
+ * where z or the variable is instantiated. Null as for cs_VarElement. Cost: constant for most events of the index and
+ * of the array, a scan over the positions when one of the two that give z its bounds has moved or gone, and for each
+ * event of z. Memory: constant, but for the attachments.
  */
 CS_API CSint* cs_VarElementRange(CSint* index, CSint** variables, int n);
 
@@ -641,8 +644,11 @@ CS_API CSint* cs_OccurDomain(int value, CSint** variables, int n);
  *
  * 32 bits: sums of times wrap, and so do the heights of stacked requirements; a start and a duration should add up
  * inside the range. Energies are worked in 64 bits, but the unavoidable one of a single task in an interval wraps at 32
- * (duration times requirement). An accepted context around a posting (cs_acceptContext) must leave alone what an outer
- * one had changed: of these variables more than of others, as their attachments share one record.
+ * (duration times requirement).
+ *
+ * Where a posting is accepted (cs_acceptContext) and the restore of an outer context then takes attachments of these
+ * variables in place of its own, changes of a variable without one aren't looked at; and once all starts, all
+ * durations, all requirements or the limit have lost theirs, the constraint is idle and any schedule passes.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
@@ -676,11 +682,12 @@ CS_API int cs_Disjunctive(CSint** startTimes, CSint** durations, int n);
  *
  * The array of variables is kept by reference and must stay as it is, and alive, as long as the constraint lives; the
  * tables may be freed at once. Domain consistent, as long as no variable stands at two positions (each position then
- * counts by itself, and only solutions are accepted). Posting takes time and memory in proportion to the edges of the
- * automaton unrolled over n steps: some 24 bytes for each edge, and 50 for each state and each symbol of a step. An
- * event takes one test for each state beside it and, where states have changed, each value of the neighbouring
- * variables; it searches only where it hit a watched edge. See G. Pesant, "A regular language membership constraint for
- * finite sequences of variables", 2004.
+ * counts by itself, and only solutions are accepted). The automaton is unrolled over n steps: posting looks at each
+ * value of a variable from each state before it. Memory: at each step some 16 bytes for each edge between states that
+ * lie on a word, 8 for each such state and each value, an edge or not, and 50 for each state and each symbol. An event
+ * takes one test for each state beside it and, where states have changed, each value of the neighbouring variables; it
+ * searches only where it hit a watched edge. See G. Pesant, "A regular language membership constraint for finite
+ * sequences of variables", 2004.
  *
  * Words over two symbols without three 1s in a row, the state being the number of 1s that were just read:
  *     static const int next[3 * 2] = {0, 1, 0, 2, 0, -1};
@@ -732,9 +739,9 @@ CS_API int cs_eventKnown(CSint** array, int size, CSeventKnown callback, void* e
 
 /*
  * They call when a minimum rises, a maximum falls, a value strictly between the bounds is removed; not during the
- * posting, and with size < 1 not at all. A variable fixed to a value strictly between its bounds is no new
- * bound, and a removal at a bound is no hole: cs_eventNewMin hears of cs_GE(v, 5), but of cs_EQ(v, 5) on 0..9 it
- * doesn't. In a report cs_eventNeq stands under the name "cs_eventNewMax".
+ * posting, and with size < 1 not at all. A variable fixed to a value strictly between its bounds is no new bound, and a
+ * removal at a bound is no hole: cs_eventNewMin hears of cs_GE(v, 5), but of cs_EQ(v, 5) on 0..9 it doesn't. In a
+ * report cs_eventNeq stands under the name "cs_eventNewMax".
  */
 CS_API void cs_eventNewMin(CSint** array, int size, CSeventChange callback, void* extra);
 CS_API void cs_eventNewMax(CSint** array, int size, CSeventChange callback, void* extra);
@@ -756,8 +763,8 @@ typedef struct ValueSelection
 
 /*
  * Called when propagation has failed. `variable` and `failing` are those of the change at which it failed: at least,
- * at most, equal or different. `index` is that of the list of attachments in which the watcher
- * was found, and need not be the variable's. The record of `failing` lives only during the call.
+ * at most, equal or different. `index` is that of the list of attachments in which the watcher was found, and need not
+ * be the variable's. The record of `failing` lives only during the call.
  */
 typedef void (*CSeventConflict)(
     CSint* variable, int index, const ValueSelection* failing, CSint** array, int size, void* extra);
@@ -787,7 +794,7 @@ CS_API int cs_IfEq(CSint* x, CSint* y, int xValue, int yValue);
 
 /*
  * Not both x = xValue and y = yValue. Once one of the two has taken its value, the other loses its own; where it is the
- * last one left, that fails. Domain consistent.
+ * last one left, that fails. Domain consistent, where x and y are two variables.
  */
 CS_API int cs_IfNeq(CSint* x, CSint* y, int xValue, int yValue);
 

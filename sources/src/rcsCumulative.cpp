@@ -87,12 +87,13 @@ static bool capRequirement(const CumulativeData* data, int32_t i)
   CSint* resource = data->_resources[i];
   if (!task.isCompulsory() || isFixed(resource) || resource->_max < 1)
     return true;
-  const int32_t slack = wrapSub(data->_limit->_max, ttRequired(data, task.lst, task.ect()));
+  const int32_t height = ttRequired(data, task.lst, task.ect()), capacity = data->_limit->_max;
   // No stack was above the limit before the first cap. A variable that is a requirement and also the limit, or the
-  // start of another task, can bring one about: such a model has no meaning that could be gone on with.
-  if (slack < 0)
+  // start of another task, can bring one about: such a model has no meaning that could be gone on with. Not tested by
+  // the slack, which wraps below a stack of negative requirements.
+  if (capacity < height)
     abort();
-  return rcsSetMax(resource, wrapAdd(slack, resource->_min));
+  return rcsSetMax(resource, wrapAdd(wrapSub(capacity, height), resource->_min));
 }
 
 /// Brings all tasks in line with the limit's maximum, and tells the horizon.

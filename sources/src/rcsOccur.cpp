@@ -140,8 +140,6 @@ static const Handler PoccurVint[6] = {Ptrue, Ptrue, PoccurVintEqEvent, PoccurVin
 static const Handler PoccurTint[6] = {PoccurTintNewMinEvent, PoccurTintNewMaxEvent, PoccurTintEqEvent,
     PoccurTintEqEvent, PoccurTintEqEvent, PoccurTintNeqEvent};
 
-/// The trail takes the attachments of a variable from the newest on, and after an accepted context that may be another
-/// one than was recorded. So either record may go first; without the sets the constraint on the variables is idle.
 // The trail takes the attachments of a variable from the newest on, and after an accepted context that may be another
 // one than was recorded. So either record may go first; without the sets the constraint on the variables is idle.
 
