@@ -142,6 +142,22 @@ int firstFree(CSint** vars, int n)
 
 const char* cheapLocator(void*) { return "test"; }
 
+Vars makeVars(const std::vector<std::string>& domains)
+{
+  Vars vars;
+  for (const std::string& domain : domains)
+    vars.push_back(makeVar(domain));
+  return vars;
+}
+
+std::string textsOf(const Vars& vars)
+{
+  std::string texts;
+  for (const CSint* v : vars)
+    texts += (texts.empty() ? "" : " ") + textOf(v);
+  return texts;
+}
+
 static char crashNote[256];
 
 // Writes the note and dies of the same signal.

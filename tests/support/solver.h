@@ -49,6 +49,14 @@ const char* cheapLocator(void*);
 /// The text to be written to the error stream if the process dies of a signal from now on; empty for none.
 void noteForCrash(const std::string& text);
 
+/// Several variables, each from its text; and the texts of several, with a blank between.
+Vars makeVars(const std::vector<std::string>& domains);
+std::string textsOf(const Vars& vars);
+
+/// Of the newest attachment.
+inline Constraint* constraintOf(const CSint* v) { return v->_constraints->_constraint; }
+inline const ConstraintInfo* infoOf(const CSint* v) { return constraintOf(v)->_info; }
+
 /// Starts the solver for each test and ends it afterwards, when the error code and the depth of the context stack must
 /// be what the test announced.
 class SolverTest : public testing::Test
