@@ -24,47 +24,47 @@ static void drawInterval(Trial& t)
     std::sort(t.p.begin(), t.p.end());
 }
 
-static Row unary(const char* name, int (*post)(CSint*, int), Test holds)
+static Row unary(const char* name, void (*draw)(Trial&), int (*post)(CSint*, const Values& p), Test holds)
 {
   return {.name = name,
       .vars = {{.size = 9}},
-      .prepare = drawOne,
-      .post = [=](Trial& t) { return post(t.x[0], t.p[0]); },
+      .prepare = draw,
+      .post = [=](Trial& t) { return post(t.x[0], t.p); },
       .holds = holds,
       .strength = Strength::domain};
 }
 
+template <int (*request)(CSint*, int)>
+static int one(CSint* x, const Values& p)
+{
+  return request(x, p[0]);
+}
+
+template <int (*request)(CSint*, const int*, int)>
+static int array(CSint* x, const Values& p)
+{
+  return request(x, p.data(), int(p.size()));
+}
+
+template <int (*request)(CSint*, int, int)>
+static int interval(CSint* x, const Values& p)
+{
+  return request(x, p[0], p[1]);
+}
+
 static const std::vector<Row> unaries = {
-    unary("EQ", cs_EQ, [](auto& v, auto& p) { return v[0] == p[0]; }),
-    unary("NEQ", cs_NEQ, [](auto& v, auto& p) { return v[0] != p[0]; }),
-    unary("LE", cs_LE, [](auto& v, auto& p) { return v[0] <= p[0]; }),
-    unary("GE", cs_GE, [](auto& v, auto& p) { return v[0] >= p[0]; }),
-    unary("LT", cs_LT, [](auto& v, auto& p) { return v[0] < p[0]; }),
-    unary("GT", cs_GT, [](auto& v, auto& p) { return v[0] > p[0]; }),
-    {.name = "InArray",
-        .vars = {{.size = 9}},
-        .prepare = drawSome,
-        .post = [](Trial& t) { return cs_InArray(t.x[0], t.p.data(), int(t.p.size())); },
-        .holds = [](auto& v, auto& p) { return listed(p, v[0]); },
-        .strength = Strength::domain},
-    {.name = "NotInArray",
-        .vars = {{.size = 9}},
-        .prepare = drawSome,
-        .post = [](Trial& t) { return cs_NotInArray(t.x[0], t.p.data(), int(t.p.size())); },
-        .holds = [](auto& v, auto& p) { return !listed(p, v[0]); },
-        .strength = Strength::domain},
-    {.name = "InInterval",
-        .vars = {{.size = 9}},
-        .prepare = drawInterval,
-        .post = [](Trial& t) { return cs_InInterval(t.x[0], t.p[0], t.p[1]); },
-        .holds = [](auto& v, auto& p) { return p[0] <= v[0] && v[0] <= p[1]; },
-        .strength = Strength::domain},
-    {.name = "NotInInterval",
-        .vars = {{.size = 9}},
-        .prepare = drawInterval,
-        .post = [](Trial& t) { return cs_NotInInterval(t.x[0], t.p[0], t.p[1]); },
-        .holds = [](auto& v, auto& p) { return v[0] < p[0] || v[0] > p[1]; },
-        .strength = Strength::domain},
+    unary("EQ", drawOne, one<cs_EQ>, [](auto& v, auto& p) { return v[0] == p[0]; }),
+    unary("NEQ", drawOne, one<cs_NEQ>, [](auto& v, auto& p) { return v[0] != p[0]; }),
+    unary("LE", drawOne, one<cs_LE>, [](auto& v, auto& p) { return v[0] <= p[0]; }),
+    unary("GE", drawOne, one<cs_GE>, [](auto& v, auto& p) { return v[0] >= p[0]; }),
+    unary("LT", drawOne, one<cs_LT>, [](auto& v, auto& p) { return v[0] < p[0]; }),
+    unary("GT", drawOne, one<cs_GT>, [](auto& v, auto& p) { return v[0] > p[0]; }),
+    unary("InArray", drawSome, array<cs_InArray>, [](auto& v, auto& p) { return listed(p, v[0]); }),
+    unary("NotInArray", drawSome, array<cs_NotInArray>, [](auto& v, auto& p) { return !listed(p, v[0]); }),
+    unary("InInterval", drawInterval, interval<cs_InInterval>,
+        [](auto& v, auto& p) { return p[0] <= v[0] && v[0] <= p[1]; }),
+    unary("NotInInterval", drawInterval, interval<cs_NotInInterval>,
+        [](auto& v, auto& p) { return v[0] < p[0] || v[0] > p[1]; }),
 };
 
 static Row binary(const char* name, int (*post)(CSint*, CSint*), Test holds, Strength strength, Rule exact)
