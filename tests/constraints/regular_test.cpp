@@ -29,18 +29,6 @@ class Regular : public SolverTest
 static const int noThreeOnes[] = {0, 1, 0, 2, 0, -1};
 static const int allStates[] = {0, 1, 2};
 
-static int nbFound;
-
-TEST_F(Regular, NumberOfWords)
-{
-  CSint** x = cs_createCSintArray(8, 0, 1);
-  ASSERT_TRUE(cs_Regular(x, 8, noThreeOnes, 3, 2, 0, allStates, 3));
-  nbFound = 0;
-  cs_findAll(x, 8, cs_findFreeVar, [](CSint**, int) { nbFound++; });
-  EXPECT_EQ(nbFound, 149);
-  EXPECT_EQ(cs_getNbFails(), 0) << "domain consistency leaves no dead end";
-}
-
 TEST_F(Regular, WithoutAWord)
 {
   static const int nowhere[] = {-1, -1, -1, 3, 9, -1}, outside[] = {-1, 3};

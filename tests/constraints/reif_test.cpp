@@ -10,9 +10,9 @@ using namespace kit;
 
 using OfTwo = CSint* (*)(CSint*, CSint*);
 using OfValue = CSint* (*)(CSint*, int);
-using Compare = bool (*)(int, int);
+using Compare = std::function<bool(int, int)>;
 
-static Row pair(const char* name, OfTwo post, Compare holds, Rule rule)
+static Row pair(const char* name, OfTwo post, const Compare& holds, const Rule& rule)
 {
   return {.name = name,
       .vars = {{.count = {2, 2}, .size = 9}},
@@ -23,7 +23,7 @@ static Row pair(const char* name, OfTwo post, Compare holds, Rule rule)
       .exact = rule};
 }
 
-static Row value(const char* name, OfValue post, Compare holds, Rule rule)
+static Row value(const char* name, OfValue post, const Compare& holds, const Rule& rule)
 {
   return {.name = name,
       .vars = {{.size = 9}},
@@ -33,11 +33,6 @@ static Row value(const char* name, OfValue post, Compare holds, Rule rule)
       .results = {{0, 1}},
       .strength = Strength::domain,
       .exact = rule};
-}
-
-static Rule swapped(Rule rule)
-{
-  return [=](const Sets& x, const Values& p) { return rule({x[1], x[0]}, p); };
 }
 
 /// x is at most p[0] + step, or at least that.
@@ -54,18 +49,18 @@ static Rule atLeast(int step)
 static bool becomes(const Sets& x, const Values& p) { return naive::atMost(x[0], p[0]) && naive::atLeast(x[0], p[0]); }
 static bool loses(const Sets& x, const Values& p) { return naive::remove(x[0], p[0]); }
 
-static bool lt(int a, int b) { return a < b; }
-static bool le(int a, int b) { return a <= b; }
-static bool gt(int a, int b) { return a > b; }
-static bool ge(int a, int b) { return a >= b; }
-static bool eq(int a, int b) { return a == b; }
-static bool neq(int a, int b) { return a != b; }
+static const std::less<int> lt;
+static const std::less_equal<int> le;
+static const std::greater<int> gt;
+static const std::greater_equal<int> ge;
+static const std::equal_to<int> eq;
+static const std::not_equal_to<int> neq;
 
 static const std::vector<Row> table = {
-    pair("Lt", cs_ReifLt, lt, naive::reified(naive::lt, swapped(naive::le))),
-    pair("Le", cs_ReifLe, le, naive::reified(naive::le, swapped(naive::lt))),
-    pair("Gt", cs_ReifGt, gt, naive::reified(swapped(naive::lt), naive::le)),
-    pair("Ge", cs_ReifGe, ge, naive::reified(swapped(naive::le), naive::lt)),
+    pair("Lt", cs_ReifLt, lt, naive::reified(naive::lt, naive::swapped(naive::le))),
+    pair("Le", cs_ReifLe, le, naive::reified(naive::le, naive::swapped(naive::lt))),
+    pair("Gt", cs_ReifGt, gt, naive::reified(naive::swapped(naive::lt), naive::le)),
+    pair("Ge", cs_ReifGe, ge, naive::reified(naive::swapped(naive::le), naive::lt)),
     pair("Eq", cs_ReifEq, eq, naive::reified(naive::eq, naive::neq)),
     pair("Neq", cs_ReifNeq, neq, naive::reified(naive::neq, naive::eq)),
     value("LT", cs_ReifLT, lt, naive::reified(atMost(-1), atLeast(0))),
@@ -346,14 +341,4 @@ TEST_F(ReifCase, ScansEndAtTheEdgesOf32Bits)
   CSint *wide = makeVar(whole), *other = makeVar(whole);
   EXPECT_TRUE(cs_EQ(cs_ReifEq(wide, other), 1) && cs_GE(wide, 2147483647));
   EXPECT_EQ(textOf(other), "2147483647");
-}
-
-TEST_F(ReifCase, BeingDifferentTakesTheValueFromTheOther)
-{
-  CSint *x = makeVar("{0..2}"), *y = makeVar("{0, 1}"), *b = cs_ReifNeq(x, y);
-  Spy spy;
-  spy.watch(x, "x").watch(y, "y");
-  EXPECT_EQ(spy.take(cs_EQ(b, 1)), "1 ");
-  // x takes the value from y, which is instantiated by that and takes its own from x.
-  EXPECT_EQ(spy.take(cs_EQ(x, 1)), "1 x Eq 0..2->1, y NewMaxEq 1->0");
 }
