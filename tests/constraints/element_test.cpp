@@ -87,8 +87,7 @@ TEST_F(Element, PositionsOfAValue)
   CSint* index = cs_Index(v.data(), 3, 2);
   EXPECT_EQ(textOf(index), "{0, 2}");
   EXPECT_EQ(index->_initMax * 10 + index->_propMin, 20);
-  EXPECT_STREQ(infoOf(index)->_function, "cs_Cumulative");
-  EXPECT_EQ(index->_constraints->_index * 10 + v[2]->_constraints->_index, -8);
+  EXPECT_EQ(postedOn({index, v[0], v[2]}), "cs_Cumulative 2: a b[0] b[2]");
   EXPECT_TRUE(cs_GE(v[2], 3));
   EXPECT_EQ(textsOf({index, v[0]}), "0 2");
   EXPECT_EQ(cs_Index(v.data(), 3, 9), nullptr);
