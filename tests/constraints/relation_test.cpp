@@ -79,6 +79,9 @@ class AllNeq : public SolverTest
 TEST_F(AllNeq, Posting)
 {
   EXPECT_TRUE(cs_AllNeq(nullptr, 0) && cs_AllNeq(nullptr, -3));
+  CSint* alone[] = {makeVar("{0..9}")};
+  EXPECT_TRUE(cs_AllNeq(alone, 1));
+  EXPECT_EQ(nbAttached(alone[0]), 1);
   Vars tight = makeVars({"{1, 2}", "{1, 2}", "{1, 2}"});
   EXPECT_FALSE(cs_AllNeq(tight.data(), 3));
   // No Hall intervals: two variables of two values leave the third alone.
