@@ -7,6 +7,8 @@
 
 using namespace kit;
 
+using Compare = std::function<bool(int, int)>;
+
 static bool listed(const Values& p, int x) { return std::find(p.begin(), p.end(), x) != p.end(); }
 
 static bool different(const Values& v, const Values&)
@@ -24,78 +26,63 @@ static void drawInterval(Trial& t)
     std::sort(t.p.begin(), t.p.end());
 }
 
-static Row unary(const char* name, int (*post)(CSint*, int), Test holds)
+static Row unary(
+    const char* name, void (*draw)(Trial&), std::function<int(CSint*, const Values&)> post, const Test& holds)
 {
   return {.name = name,
       .vars = {{.size = 9}},
-      .prepare = drawOne,
-      .post = [=](Trial& t) { return post(t.x[0], t.p[0]); },
+      .prepare = draw,
+      .post = [=](Trial& t) { return post(t.x[0], t.p); },
       .holds = holds,
       .strength = Strength::domain};
 }
 
+static Row comparison(const char* name, int (*post)(CSint*, int), const Compare& compare)
+{
+  return unary(
+      name, drawOne, [=](CSint* x, const Values& p) { return post(x, p[0]); },
+      [=](auto& v, auto& p) { return compare(v[0], p[0]); });
+}
+
 static const std::vector<Row> unaries = {
-    unary("EQ", cs_EQ, [](auto& v, auto& p) { return v[0] == p[0]; }),
-    unary("NEQ", cs_NEQ, [](auto& v, auto& p) { return v[0] != p[0]; }),
-    unary("LE", cs_LE, [](auto& v, auto& p) { return v[0] <= p[0]; }),
-    unary("GE", cs_GE, [](auto& v, auto& p) { return v[0] >= p[0]; }),
-    unary("LT", cs_LT, [](auto& v, auto& p) { return v[0] < p[0]; }),
-    unary("GT", cs_GT, [](auto& v, auto& p) { return v[0] > p[0]; }),
-    {.name = "InArray",
-        .vars = {{.size = 9}},
-        .prepare = drawSome,
-        .post = [](Trial& t) { return cs_InArray(t.x[0], t.p.data(), int(t.p.size())); },
-        .holds = [](auto& v, auto& p) { return listed(p, v[0]); },
-        .strength = Strength::domain},
-    {.name = "NotInArray",
-        .vars = {{.size = 9}},
-        .prepare = drawSome,
-        .post = [](Trial& t) { return cs_NotInArray(t.x[0], t.p.data(), int(t.p.size())); },
-        .holds = [](auto& v, auto& p) { return !listed(p, v[0]); },
-        .strength = Strength::domain},
-    {.name = "InInterval",
-        .vars = {{.size = 9}},
-        .prepare = drawInterval,
-        .post = [](Trial& t) { return cs_InInterval(t.x[0], t.p[0], t.p[1]); },
-        .holds = [](auto& v, auto& p) { return p[0] <= v[0] && v[0] <= p[1]; },
-        .strength = Strength::domain},
-    {.name = "NotInInterval",
-        .vars = {{.size = 9}},
-        .prepare = drawInterval,
-        .post = [](Trial& t) { return cs_NotInInterval(t.x[0], t.p[0], t.p[1]); },
-        .holds = [](auto& v, auto& p) { return v[0] < p[0] || v[0] > p[1]; },
-        .strength = Strength::domain},
+    comparison("EQ", cs_EQ, std::equal_to<int>()),
+    comparison("NEQ", cs_NEQ, std::not_equal_to<int>()),
+    comparison("LE", cs_LE, std::less_equal<int>()),
+    comparison("GE", cs_GE, std::greater_equal<int>()),
+    comparison("LT", cs_LT, std::less<int>()),
+    comparison("GT", cs_GT, std::greater<int>()),
+    unary(
+        "InArray", drawSome, [](CSint* x, auto& p) { return cs_InArray(x, p.data(), int(p.size())); },
+        [](auto& v, auto& p) { return listed(p, v[0]); }),
+    unary(
+        "NotInArray", drawSome, [](CSint* x, auto& p) { return cs_NotInArray(x, p.data(), int(p.size())); },
+        [](auto& v, auto& p) { return !listed(p, v[0]); }),
+    unary(
+        "InInterval", drawInterval, [](CSint* x, auto& p) { return cs_InInterval(x, p[0], p[1]); },
+        [](auto& v, auto& p) { return p[0] <= v[0] && v[0] <= p[1]; }),
+    unary(
+        "NotInInterval", drawInterval, [](CSint* x, auto& p) { return cs_NotInInterval(x, p[0], p[1]); },
+        [](auto& v, auto& p) { return v[0] < p[0] || v[0] > p[1]; }),
 };
 
-static Row binary(const char* name, int (*post)(CSint*, CSint*), Test holds, Strength strength, Rule exact)
+static Row binary(
+    const char* name, int (*post)(CSint*, CSint*), const Compare& compare, Strength strength, const Rule& exact)
 {
   return {.name = name,
       .vars = {{.count = {2, 2}, .size = 9}},
       .post = [=](Trial& t) { return post(t.x[0], t.x[1]); },
-      .holds = holds,
+      .holds = [=](auto& v, auto&) { return compare(v[0], v[1]); },
       .strength = strength,
       .exact = exact};
 }
 
-static Rule swapped(Rule rule)
-{
-  return [=](const Sets& x, const Values& p) { return rule({x[1], x[0]}, p); };
-}
-
-static bool equal(const Values& v, const Values&) { return v[0] == v[1]; }
-static bool unequal(const Values& v, const Values&) { return v[0] != v[1]; }
-static bool atMost(const Values& v, const Values&) { return v[0] <= v[1]; }
-static bool atLeast(const Values& v, const Values&) { return v[0] >= v[1]; }
-static bool less(const Values& v, const Values&) { return v[0] < v[1]; }
-static bool greater(const Values& v, const Values&) { return v[0] > v[1]; }
-
 static const std::vector<Row> relations = {
-    binary("Eq", cs_Eq, equal, Strength::domain, naive::eq),
-    binary("Neq", cs_Neq, unequal, Strength::none, naive::neq),
-    binary("Le", cs_Le, atMost, Strength::bounds, naive::le),
-    binary("Ge", cs_Ge, atLeast, Strength::bounds, swapped(naive::le)),
-    binary("Lt", cs_Lt, less, Strength::bounds, naive::lt),
-    binary("Gt", cs_Gt, greater, Strength::bounds, swapped(naive::lt)),
+    binary("Eq", cs_Eq, std::equal_to<int>(), Strength::domain, naive::eq),
+    binary("Neq", cs_Neq, std::not_equal_to<int>(), Strength::none, naive::neq),
+    binary("Le", cs_Le, std::less_equal<int>(), Strength::bounds, naive::le),
+    binary("Ge", cs_Ge, std::greater_equal<int>(), Strength::bounds, naive::swapped(naive::le)),
+    binary("Lt", cs_Lt, std::less<int>(), Strength::bounds, naive::lt),
+    binary("Gt", cs_Gt, std::greater<int>(), Strength::bounds, naive::swapped(naive::lt)),
     // Several on the same variables, so that what a handler changes waits in the queue for the others.
     {.name = "EqChain",
         .vars = {{.count = {4, 4}, .values = {-2, 4}}},

@@ -70,81 +70,60 @@ static const auto tables = bruteForce("CumulativeTable",
 class Cumulative : public SolverTest
 {
 protected:
-  static Vars vars(std::initializer_list<const char*> domains)
-  {
-    Vars made;
-    for (const char* domain : domains)
-      made.push_back(makeVar(domain));
-    return made;
-  }
-
   int post() { return cs_Cumulative(s.data(), d.data(), r.data(), int(s.size()), limit); }
   int postDisjunctive() { return cs_Disjunctive(s.data(), d.data(), int(s.size())); }
-
-  static std::string text(const Vars& all)
-  {
-    std::string joined;
-    for (const CSint* v : all)
-      joined += (joined.empty() ? "" : " ") + textOf(v);
-    return joined;
-  }
 
   Vars s, d, r;
   CSint* limit = nullptr;
 };
 
 static int nbFound;
-static void count(CSint**, int) { nbFound++; }
 
 TEST_F(Cumulative, CountsOfSchedules)
 {
   struct
   {
-    Values durations, needs;
-    int capacity, last, expected; ///< needs empty: disjunctive
-  } rows[] = {{{3, 4, 2}, {2, 2, 1}, 3, 6, 112}, {{2, 3, 1, 2}, {1, 2, 2, 1}, 3, 5, 536}, {{2, 3, 4}, {}, 1, 7, 30},
-      {{0, 3, 2}, {3, 1, 1}, 1, 4, 45}};
+    std::vector<std::string> durations, needs; ///< needs empty: disjunctive
+    const char *capacity, *starts;
+    int expected;
+  } rows[] = {{{"3", "4", "2"}, {"2", "2", "1"}, "3", "0..6", 112},
+      {{"2", "3", "1", "2"}, {"1", "2", "2", "1"}, "3", "0..5", 536}, {{"2", "3", "4"}, {}, "1", "0..7", 30},
+      {{"0", "3", "2"}, {"3", "1", "1"}, "1", "0..4", 45}};
   for (auto& row : rows) {
-    s.clear(), d.clear(), r.clear();
-    for (size_t i = 0; i < row.durations.size(); i++) {
-      s.push_back(cs_createCSint(0, row.last));
-      d.push_back(CSINT(row.durations[i]));
-      if (!row.needs.empty())
-        r.push_back(CSINT(row.needs[i]));
-    }
-    limit = CSINT(row.capacity);
+    d = makeVars(row.durations), r = makeVars(row.needs), limit = makeVar(row.capacity);
+    s = makeVars(std::vector<std::string>(d.size(), row.starts));
     EXPECT_TRUE(r.empty() ? postDisjunctive() : post());
     nbFound = 0;
-    cs_findAll(s.data(), int(s.size()), cs_findFreeVar, count);
+    cs_findAll(s.data(), int(s.size()), cs_findFreeVar, [](CSint**, int) { nbFound++; });
     EXPECT_EQ(nbFound, row.expected);
   }
 }
 
 TEST_F(Cumulative, KnownLossOfSchedules)
 {
-  s = vars({"4..6", "3..5", "2..4", "1"});
-  d = vars({"1", "2", "1", "2"});
+  s = makeVars({"4..6", "3..5", "2..4", "1"});
+  d = makeVars({"1", "2", "1", "2"});
   EXPECT_TRUE(postDisjunctive());
-  EXPECT_EQ(text(s), "4 5 3 1");
-  s = vars({"4..6", "6..8", "6..9", "1"});
-  d = vars({"2", "2", "2", "4"});
+  EXPECT_EQ(textsOf(s), "4 5 3 1");
+  s = makeVars({"4..6", "6..8", "6..9", "1"});
+  d = makeVars({"2", "2", "2", "4"});
   EXPECT_FALSE(postDisjunctive());
 }
 
 TEST_F(Cumulative, WhatPostingLeaves)
 {
-  using Texts = std::initializer_list<const char*>;
+  using Texts = std::vector<std::string>;
   struct
   {
     Texts s, d, r;
-    const char *limit, *left; ///< of starts, durations, requirements and limit; null: failure
+    const char *limit, *left; ///< of starts, durations, requirements and limit; empty: failure
   } rows[] = {
       // A task that can't be met is switched off, where it may be.
       {{"0..9"}, {"0..5"}, {"4, 5"}, "0..3", "{0..9} 0 {4, 5} {0..3}"},
-      {{"0..9"}, {"2..5"}, {"4, 5"}, "0..3", nullptr},
+      {{"0..9"}, {"2..5"}, {"4, 5"}, "0..3", ""},
       {{"0..9"}, {"-3..-1"}, {"4"}, "0..3", "{0..9} {-3..-1} 4 {0..3}"},
       // Compulsory parts raise the limit and cap requirements; those beside them don't count.
-      {{"4..5", "3..5"}, {"3", "4"}, {"2", "2"}, "0..3", nullptr},
+      {{"4..5", "3..5"}, {"3", "4"}, {"2", "2"}, "0..3", ""},
       {{"4..5", "3..5"}, {"3", "4"}, {"2", "2"}, "0..4", "{4, 5} {3..5} 3 4 2 2 4"},
       {{"0", "1", "2"}, {"2", "2", "2"}, {"2", "1..5", "1..5"}, "0..4", "0 1 2 2 2 2 2 {1, 2} {1..3} {3, 4}"},
       // Around a compulsory part, from the left and from the right, and where a duration may not reach.
@@ -152,15 +131,15 @@ TEST_F(Cumulative, WhatPostingLeaves)
       {{"3..5", "0..6"}, {"5", "3"}, {"1", "1"}, "1", "{3..5} {0..2} 5 3 1 1 1"},
       {{"5", "1, 2"}, {"5", "2..9"}, {"1", "1"}, "1", "5 {1, 2} 5 {2..4} 1 1 1"},
       {{"5", "2"}, {"5", "2..9"}, {"1", "1"}, "1", "5 2 5 {2..9} 1 1 1"},
-      {{"0..6", "4", "0"}, {"4", "5", "1"}, {"1", "1", "1"}, "1", nullptr},
+      {{"0..6", "4", "0"}, {"4", "5", "1"}, {"1", "1", "1"}, "1", ""},
       {{"0", "1, 2"}, {"2", "3"}, {"2", "2"}, "3", "0 2 2 3 2 2 3"},
       {{"0", "3, 4"}, {"4", "1"}, {"1", "2"}, "2", "0 4 4 1 1 2 2"},
       {{"0..3", "3..5"}, {"3", "2"}, {"1", "1"}, "1", "{0..2} {3..5} 3 2 1 1 1"},
-      {{"2", "5..8", "2, 3"}, {"3", "2", "1"}, {"2", "2", "2"}, "3", nullptr},
+      {{"2", "5..8", "2, 3"}, {"3", "2", "1"}, {"2", "2", "2"}, "3", ""},
       {{"2..5", "5"}, {"2", "3"}, {"2", "2"}, "3", "{2, 3} 5 2 3 2 2 3"},
       // No compulsory part at all: three tasks for the two that go into 0..4, and the limit that they need.
-      {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"1", "1", "1"}, "1", nullptr},
-      {{"0..2", "0..2", "0..3"}, {"2", "2", "1"}, {"1", "1", "1"}, "1", nullptr},
+      {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"1", "1", "1"}, "1", ""},
+      {{"0..2", "0..2", "0..3"}, {"2", "2", "1"}, {"1", "1", "1"}, "1", ""},
       {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"1", "1", "1"}, "1..3", "{0..2} {0..2} {0..2} 2 2 2 1 1 1 {2, 3}"},
       {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"2", "1..3", "2"}, "3", "{0..2} {0..2} {0..2} 2 2 2 2 {1, 2} 2 3"},
       // Near the ends of 32 bits.
@@ -174,49 +153,44 @@ TEST_F(Cumulative, WhatPostingLeaves)
   };
   for (size_t i = 0; i < std::size(rows); i++) {
     SCOPED_TRACE(i);
-    s = vars(rows[i].s), d = vars(rows[i].d), r = vars(rows[i].r), limit = makeVar(rows[i].limit);
-    EXPECT_EQ(post(), rows[i].left != nullptr);
-    if (rows[i].left) {
-      EXPECT_EQ(text(s) + " " + text(d) + " " + text(r) + " " + textOf(limit), rows[i].left);
-    }
+    s = makeVars(rows[i].s), d = makeVars(rows[i].d), r = makeVars(rows[i].r), limit = makeVar(rows[i].limit);
+    EXPECT_EQ(post() ? textsOf(s) + " " + textsOf(d) + " " + textsOf(r) + " " + textOf(limit) : "", rows[i].left);
   }
 }
 
 TEST_F(Cumulative, Events)
 {
-  s = vars({"0..9", "3..5"}), d = vars({"0..4", "3"}), r = vars({"0..3", "1"}), limit = makeVar("0..3");
+  s = makeVars({"0..9", "3..5"}), d = makeVars({"0..4", "3"}), r = makeVars({"0..3", "1"}), limit = makeVar("0..3");
   ASSERT_TRUE(post());
-  Vars all = {s[0], s[1], d[0], d[1], r[0], r[1], limit};
-  auto after = [&](std::initializer_list<std::pair<int (*)(CSint*, int), std::pair<CSint*, int>>> changes) {
+  CSint *s0 = s[0], *d0 = d[0], *r0 = r[0];
+  // What is left of s, d, r and limit after those changes.
+  auto after = [&](auto change) {
     cs_saveContext();
-    bool ok = true;
-    for (auto& [narrow, on] : changes)
-      ok = ok && narrow(on.first, on.second);
-    std::string now = ok ? text(all) : "fails";
+    std::string now = change() ? textsOf({s0, s[1], d0, d[1], r0, r[1], limit}) : "fails";
     cs_restoreContext();
     return now;
   };
-  EXPECT_EQ(text(all), "{0..9} {3..5} {0..4} 3 {0..3} 1 {1..3}");
-  EXPECT_EQ(after({{cs_GE, {r[0], 3}}, {cs_EQ, {d[0], 4}}}), "{0..9} {3..5} 4 3 3 1 3");
-  EXPECT_EQ(after({{cs_GE, {r[0], 3}}, {cs_LE, {limit, 2}}}), "{0..9} {3..5} 0 3 3 1 {1, 2}");
-  EXPECT_EQ(after({{cs_LE, {limit, 2}}, {cs_GE, {r[0], 3}}}), "{0..9} {3..5} 0 3 3 1 {1, 2}");
-  EXPECT_EQ(after({{cs_LE, {limit, 2}}, {cs_EQ, {d[0], 4}}}), "{0..9} {3..5} 4 3 {0..2} 1 {1, 2}");
-  EXPECT_EQ(after({{cs_LE, {limit, 1}}, {cs_EQ, {r[0], 1}}, {cs_EQ, {d[0], 4}}}), "{0..9} {3..5} 4 3 1 1 1");
-  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_EQ, {d[0], 4}}, {cs_EQ, {s[1], 4}}}), "4 4 4 3 {0..2} 1 {1..3}");
-  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_EQ, {d[0], 4}}, {cs_EQ, {r[0], 3}}}), "fails");
-  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_GE, {r[0], 2}}, {cs_GE, {d[0], 2}}}), "4 {3..5} {2..4} 3 2 1 3");
-  EXPECT_EQ(after({{cs_EQ, {s[0], 4}}, {cs_GE, {d[0], 2}}, {cs_GE, {r[0], 2}}}), "4 {3..5} {2..4} 3 2 1 3");
+  EXPECT_EQ(after([] { return true; }), "{0..9} {3..5} {0..4} 3 {0..3} 1 {1..3}");
+  EXPECT_EQ(after([=] { return cs_GE(r0, 3) && cs_EQ(d0, 4); }), "{0..9} {3..5} 4 3 3 1 3");
+  EXPECT_EQ(after([=, this] { return cs_GE(r0, 3) && cs_LE(limit, 2); }), "{0..9} {3..5} 0 3 3 1 {1, 2}");
+  EXPECT_EQ(after([=, this] { return cs_LE(limit, 2) && cs_GE(r0, 3); }), "{0..9} {3..5} 0 3 3 1 {1, 2}");
+  EXPECT_EQ(after([=, this] { return cs_LE(limit, 2) && cs_EQ(d0, 4); }), "{0..9} {3..5} 4 3 {0..2} 1 {1, 2}");
+  EXPECT_EQ(after([=, this] { return cs_LE(limit, 1) && cs_EQ(r0, 1) && cs_EQ(d0, 4); }), "{0..9} {3..5} 4 3 1 1 1");
+  EXPECT_EQ(after([=, this] { return cs_EQ(s0, 4) && cs_EQ(d0, 4) && cs_EQ(s[1], 4); }), "4 4 4 3 {0..2} 1 {1..3}");
+  EXPECT_EQ(after([=] { return cs_EQ(s0, 4) && cs_EQ(d0, 4) && cs_EQ(r0, 3); }), "fails");
+  EXPECT_EQ(after([=] { return cs_EQ(s0, 4) && cs_GE(r0, 2) && cs_GE(d0, 2); }), "4 {3..5} {2..4} 3 2 1 3");
+  EXPECT_EQ(after([=] { return cs_EQ(s0, 4) && cs_GE(d0, 2) && cs_GE(r0, 2); }), "4 {3..5} {2..4} 3 2 1 3");
 }
 
 TEST_F(Cumulative, ALimitThatIsARequirementToo)
 {
-  s = vars({"1", "2"}), d = vars({"2", "1"}), limit = makeVar("1..4"), r = {limit, makeVar("1, 2")};
+  s = makeVars({"1", "2"}), d = makeVars({"2", "1"}), limit = makeVar("1..4"), r = {limit, makeVar("1, 2")};
   EXPECT_EXIT(post(), testing::KilledBySignal(SIGABRT), "");
 }
 
 TEST_F(Cumulative, AttachmentsAndTheirEnd)
 {
-  s = vars({"0..9", "0..9"}), d = vars({"2", "0..3"}), r = vars({"1", "0..2"}), limit = makeVar("0..3");
+  s = makeVars({"0..9", "0..9"}), d = makeVars({"2", "0..3"}), r = makeVars({"1", "0..2"}), limit = makeVar("0..3");
   cs_saveContext();
   EXPECT_TRUE(cs_Cumulative(s.data(), d.data(), r.data(), 0, limit));
   EXPECT_TRUE(cs_Cumulative(s.data(), d.data(), r.data(), -1, limit));
@@ -224,33 +198,32 @@ TEST_F(Cumulative, AttachmentsAndTheirEnd)
   EXPECT_EQ(nbAttached(s[0]) + nbAttached(limit), 0);
   EXPECT_TRUE(post());
   for (Vars* group : {&s, &d, &r}) {
-    const Tconstraint *first = (*group)[0]->_constraints, *second = (*group)[1]->_constraints;
-    EXPECT_EQ(first->_constraint, second->_constraint);
-    EXPECT_EQ(first->_constraint->_refCount, 2);
-    EXPECT_EQ(first->_index * 10 + second->_index, 1);
-    EXPECT_EQ(first->_constraint->_info, limit->_constraints->_constraint->_info);
+    const CSint *first = (*group)[0], *second = (*group)[1];
+    EXPECT_EQ(constraintOf(first), constraintOf(second));
+    EXPECT_EQ(constraintOf(first)->_refCount, 2);
+    EXPECT_EQ(first->_constraints->_index * 10 + second->_constraints->_index, 1);
+    EXPECT_EQ(infoOf(first), infoOf(limit));
   }
   EXPECT_EQ(limit->_constraints->_index, -1);
   const std::pair<CSint*, const char*> slots[] = {
       {s[0], "+++++-"}, {d[0], "+-+-+-"}, {r[0], "+-+-+-"}, {limit, "-+-++-"}};
-  EXPECT_STREQ(limit->_constraints->_constraint->_info->_function, "cs_Cumulative");
-  EXPECT_EQ(limit->_constraints->_constraint->_info->_refCount, 4u);
+  EXPECT_STREQ(infoOf(limit)->_function, "cs_Cumulative");
+  EXPECT_EQ(infoOf(limit)->_refCount, 4u);
   EXPECT_TRUE(postDisjunctive());
-  EXPECT_EQ(nbAttached(s[0]), 3);
-  EXPECT_EQ(nbAttached(s[1]), 2);
-  EXPECT_STREQ(s[0]->_constraints->_constraint->_info->_function, "cs_Disjunctive");
-  EXPECT_EQ(s[0]->_constraints->_constraint->_info->_refCount, 5u);
+  EXPECT_EQ(nbAttached(s[0]) * 10 + nbAttached(s[1]), 32);
+  EXPECT_STREQ(infoOf(s[0])->_function, "cs_Disjunctive");
+  EXPECT_EQ(infoOf(s[0])->_refCount, 5u);
   // The constraint that only holds the constant 1 stands below the one of the starts; its handlers do nothing.
   const Handler* nothing = s[0]->_constraints->_next->_constraint->_handlers;
   for (auto& [v, pattern] : slots)
     for (int event = 0; event < 6; event++)
-      EXPECT_EQ(v->_constraints->_constraint->_handlers[event] != nothing[event], pattern[event] == '+') << pattern;
+      EXPECT_EQ(constraintOf(v)->_handlers[event] != nothing[event], pattern[event] == '+') << pattern;
   cs_restoreContext();
   EXPECT_EQ(nbAttached(s[0]) + nbAttached(d[1]) + nbAttached(r[0]) + nbAttached(limit), 0);
   // What isn't restored goes at the end of the solver.
-  s = vars({"0..3", "2..4"}), d = vars({"3", "3"});
+  s = makeVars({"0..3", "2..4"}), d = makeVars({"3", "3"});
   EXPECT_TRUE(postDisjunctive());
-  s = vars({"0..1", "0..1"});
+  s = makeVars({"0..1", "0..1"});
   EXPECT_FALSE(postDisjunctive());
 }
 
@@ -260,7 +233,8 @@ TEST_F(Cumulative, AfterAnAcceptedContext)
 {
   for (bool disjunctive : {false, true})
     for (size_t touched = 0; touched < 7; touched++) {
-      s = vars({"0..9", "0..9"}), d = vars({"1..4", "2..5"}), r = vars({"0..2", "1..3"}), limit = makeVar("0..3");
+      s = makeVars({"0..9", "0..9"}), d = makeVars({"1..4", "2..5"}), r = makeVars({"0..2", "1..3"}),
+      limit = makeVar("0..3");
       const Vars all = {s[0], s[1], d[0], d[1], r[0], r[1], limit};
       int label = cs_saveContext();
       for (int times = 0; times < 2; times++)

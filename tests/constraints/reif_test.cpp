@@ -1,14 +1,38 @@
 /*
- * The reified comparisons: brute force, and what it doesn't see: the posting, the events that are still in the queue
- * when the boolean is decided, and the edges of 32 bits.
+ * The reified comparisons and equalities: brute force, and what it doesn't see: the posting, the order of steps, walks
+ * over many words, the events that are still in the queue when the boolean is decided, and the edges of 32 bits.
  */
-#include "reified.h"
+#include "bruteforce.h"
+#include "snapshot.h"
+#include "spy.h"
 
 using namespace kit;
 
-static Rule swapped(Rule rule)
+using OfTwo = CSint* (*)(CSint*, CSint*);
+using OfValue = CSint* (*)(CSint*, int);
+using Compare = std::function<bool(int, int)>;
+
+static Row pair(const char* name, OfTwo post, const Compare& holds, const Rule& rule)
 {
-  return [=](const Sets& x, const Values& p) { return rule({x[1], x[0]}, p); };
+  return {.name = name,
+      .vars = {{.count = {2, 2}, .size = 9}},
+      .post = [=](Trial& t) { return post(t.x[0], t.x[1]); },
+      .holds = [=](auto& v, auto&) { return v[2] == holds(v[0], v[1]); },
+      .results = {{0, 1}},
+      .strength = Strength::domain,
+      .exact = rule};
+}
+
+static Row value(const char* name, OfValue post, const Compare& holds, const Rule& rule)
+{
+  return {.name = name,
+      .vars = {{.size = 9}},
+      .prepare = [](Trial& t) { t.p = t.pick(1, -7, 8); },
+      .post = [=](Trial& t) { return post(t.x[0], t.p[0]); },
+      .holds = [=](auto& v, auto& p) { return v[1] == holds(v[0], p[0]); },
+      .results = {{0, 1}},
+      .strength = Strength::domain,
+      .exact = rule};
 }
 
 /// x is at most p[0] + step, or at least that.
@@ -22,74 +46,128 @@ static Rule atLeast(int step)
   return [=](const Sets& x, const Values& p) { return naive::atLeast(x[0], int64_t(p[0]) + step); };
 }
 
-static bool lt(int a, int b) { return a < b; }
-static bool le(int a, int b) { return a <= b; }
-static bool gt(int a, int b) { return a > b; }
-static bool ge(int a, int b) { return a >= b; }
+static bool becomes(const Sets& x, const Values& p) { return naive::atMost(x[0], p[0]) && naive::atLeast(x[0], p[0]); }
+static bool loses(const Sets& x, const Values& p) { return naive::remove(x[0], p[0]); }
 
-static const std::vector<Row> comparisons = {
-    reifiedPair("Lt", cs_ReifLt, lt, naive::reified(naive::lt, swapped(naive::le))),
-    reifiedPair("Le", cs_ReifLe, le, naive::reified(naive::le, swapped(naive::lt))),
-    reifiedPair("Gt", cs_ReifGt, gt, naive::reified(swapped(naive::lt), naive::le)),
-    reifiedPair("Ge", cs_ReifGe, ge, naive::reified(swapped(naive::le), naive::lt)),
-    reifiedValue("LT", cs_ReifLT, lt, naive::reified(atMost(-1), atLeast(0))),
-    reifiedValue("LE", cs_ReifLE, le, naive::reified(atMost(0), atLeast(1))),
-    reifiedValue("GT", cs_ReifGT, gt, naive::reified(atLeast(1), atMost(0))),
-    reifiedValue("GE", cs_ReifGE, ge, naive::reified(atLeast(0), atMost(-1))),
+static const std::less<int> lt;
+static const std::less_equal<int> le;
+static const std::greater<int> gt;
+static const std::greater_equal<int> ge;
+static const std::equal_to<int> eq;
+static const std::not_equal_to<int> neq;
+
+static const std::vector<Row> table = {
+    pair("Lt", cs_ReifLt, lt, naive::reified(naive::lt, naive::swapped(naive::le))),
+    pair("Le", cs_ReifLe, le, naive::reified(naive::le, naive::swapped(naive::lt))),
+    pair("Gt", cs_ReifGt, gt, naive::reified(naive::swapped(naive::lt), naive::le)),
+    pair("Ge", cs_ReifGe, ge, naive::reified(naive::swapped(naive::le), naive::lt)),
+    pair("Eq", cs_ReifEq, eq, naive::reified(naive::eq, naive::neq)),
+    pair("Neq", cs_ReifNeq, neq, naive::reified(naive::neq, naive::eq)),
+    value("LT", cs_ReifLT, lt, naive::reified(atMost(-1), atLeast(0))),
+    value("LE", cs_ReifLE, le, naive::reified(atMost(0), atLeast(1))),
+    value("GT", cs_ReifGT, gt, naive::reified(atLeast(1), atMost(0))),
+    value("GE", cs_ReifGE, ge, naive::reified(atLeast(0), atMost(-1))),
+    value("EQ", cs_ReifEQ, eq, naive::reified(becomes, loses)),
+    value("NEQ", cs_ReifNEQ, neq, naive::reified(loses, becomes)),
 };
+static const int rows = bruteForce("Reif", table);
 
-static const int rows = bruteForce("Reif", comparisons);
+class ReifCase : public SolverTest
+{
+protected:
+  /// Makes the changes inside a flush, where they wait in the queue behind one another. The answer is that of the
+  /// flush.
+  static int inOneFlush(std::function<int()> changes)
+  {
+    CSint* trigger = makeVar("{0, 1}");
+    Spy spy;
+    spy.watch(trigger, "trigger").onCall = [&](const Spy::Call&) { return changes(); };
+    return cs_EQ(trigger, 1);
+  }
 
-class ReifCase : public ReifiedTest
-{};
+  static constexpr const char* whole = "-2147483648..2147483647";
+};
 
 TEST_F(ReifCase, DecidedAtPostingIsAConstantWithNothingAttached)
 {
-  CSint *x = makeVar("{0..3}"), *y = makeVar("{3..5}");
-  Snapshot before({x, y});
-  auto isConstant = [](const CSint* b, int value) { return textOf(b) == std::to_string(value) && !b->_constraints; };
-  EXPECT_TRUE(isConstant(cs_ReifLt(x, x), 0));
-  EXPECT_TRUE(isConstant(cs_ReifGt(x, x), 0));
-  EXPECT_TRUE(isConstant(cs_ReifLe(x, x), 1));
-  EXPECT_TRUE(isConstant(cs_ReifGe(x, x), 1));
-  EXPECT_TRUE(isConstant(cs_ReifLe(x, y), 1));
-  EXPECT_TRUE(isConstant(cs_ReifGt(x, y), 0));
-  EXPECT_TRUE(isConstant(cs_ReifLT(x, 0), 0));
-  EXPECT_TRUE(isConstant(cs_ReifLT(x, 4), 1));
-  EXPECT_TRUE(isConstant(cs_ReifLE(x, INT32_MIN), 0));
-  EXPECT_TRUE(isConstant(cs_ReifGT(x, INT32_MAX), 0));
-  EXPECT_TRUE(isConstant(cs_ReifGE(x, INT32_MIN), 1));
+  LocatorSpy locator;
+  CSint *x = makeVar("{0, 3}"), *y = makeVar("{3..5}"), *z = makeVar("{1, 2, 4}"), *three = makeVar("3");
+  Snapshot before({x, y, z, three});
+  auto texts = [](const Vars& made) {
+    for (const CSint* b : made)
+      EXPECT_EQ(b->_constraints, nullptr);
+    return textsOf(made);
+  };
+  EXPECT_EQ(texts({cs_ReifLt(x, x), cs_ReifGt(x, x), cs_ReifLe(x, x), cs_ReifGe(x, x)}), "0 0 1 1");
+  EXPECT_EQ(texts({cs_ReifLe(x, y), cs_ReifGt(x, y), cs_ReifLT(x, 0), cs_ReifLT(x, 4)}), "1 0 0 1");
+  EXPECT_EQ(texts({cs_ReifLE(x, INT32_MIN), cs_ReifGT(x, INT32_MAX), cs_ReifGE(x, INT32_MIN)}), "0 0 1");
+  EXPECT_EQ(locator.asked, 11); // for a constant too, but not by the equalities
+  EXPECT_EQ(texts({cs_ReifEq(x, x), cs_ReifEq(x, z), cs_ReifEq(three, CSINT(3)), cs_ReifEQ(three, 3)}), "1 0 1 1");
+  EXPECT_EQ(texts({cs_ReifNeq(x, x), cs_ReifNeq(z, x), cs_ReifNEQ(x, 2), cs_ReifNEQ(three, 4)}), "0 1 1 1");
+  EXPECT_EQ(locator.asked, 11);
   EXPECT_EQ(before.changes(), "");
-  EXPECT_EQ(x->_nbConstraints + y->_nbConstraints, 0);
-  EXPECT_EQ(textOf(cs_ReifLt(x, y)), "{0, 1}"); // x = y = 3 is possible
+  EXPECT_EQ(x->_nbConstraints + y->_nbConstraints + z->_nbConstraints + three->_nbConstraints, 0);
 }
 
 TEST_F(ReifCase, AnOpenOneIsTwoConstraintsUnderOneInfo)
 {
-  CSint *x = makeVar("{0..9}"), *y = makeVar("{0..9}");
-  Witness witness;
-  cs_ReifLT(x, -5);
-  EXPECT_EQ(witness.asked, 1); // for a constant too
-  cs_saveContext();
-  CSint* b = cs_ReifGt(x, y);
-  EXPECT_LT(witness.made, b); // before anything else is made
-  EXPECT_EQ(nbAttached(b), 1);
-  EXPECT_EQ(nbAttached(x), 1);
-  EXPECT_EQ(x->_constraints->_constraint, y->_constraints->_constraint);
-  EXPECT_NE(x->_constraints->_constraint, b->_constraints->_constraint);
-  for (const CSint* v : {b, x, y})
-    EXPECT_EQ(v->_constraints->_index, -1);
-  EXPECT_EQ(infoOf(b), infoOf(x));
-  EXPECT_EQ(infoOf(x)->_refCount, 2u);
-  EXPECT_STREQ(infoOf(x)->_function, "cs_ReifGt");
-  EXPECT_STREQ(infoOf(x)->_locator, "here");
-  cs_restoreContext();
-  EXPECT_EQ(nbAttached(b) + nbAttached(x) + nbAttached(y), 0);
-  auto nameOf = [](CSint* made) { return std::string(infoOf(made)->_function); };
-  EXPECT_EQ(nameOf(cs_ReifLt(x, y)) + nameOf(cs_ReifLe(x, y)) + nameOf(cs_ReifGe(x, y)), "cs_ReifLtcs_ReifLecs_ReifGe");
-  EXPECT_EQ(nameOf(cs_ReifLT(x, 5)) + nameOf(cs_ReifLE(x, 5)), "cs_ReifLTcs_ReifLE");
-  EXPECT_EQ(nameOf(cs_ReifGT(x, 5)) + nameOf(cs_ReifGE(x, 5)), "cs_ReifGTcs_ReifGE");
+  struct
+  {
+    const char* name;
+    bool locatorFirst; ///< before the boolean is made
+    OfTwo post;
+    OfValue postValue;
+  } entries[] = {{"cs_ReifLt", true, cs_ReifLt, {}}, {"cs_ReifLe", true, cs_ReifLe, {}},
+      {"cs_ReifGt", true, cs_ReifGt, {}}, {"cs_ReifGe", true, cs_ReifGe, {}}, {"cs_ReifEq", false, cs_ReifEq, {}},
+      {"cs_ReifNeq", false, cs_ReifNeq, {}}, {"cs_ReifLT", true, {}, cs_ReifLT}, {"cs_ReifLE", true, {}, cs_ReifLE},
+      {"cs_ReifGT", true, {}, cs_ReifGT}, {"cs_ReifGE", true, {}, cs_ReifGE}, {"cs_ReifEQ", false, {}, cs_ReifEQ},
+      {"cs_ReifNEQ", false, {}, cs_ReifNEQ}};
+  LocatorSpy locator;
+  CSint *x = makeVar("{0..9}"), *y = makeVar("{3, 11}");
+  for (auto& [name, locatorFirst, post, postValue] : entries) {
+    SCOPED_TRACE(name);
+    cs_saveContext();
+    CSint* b = post ? post(x, y) : postValue(x, 3);
+    EXPECT_EQ(locator.made < b, locatorFirst);
+    EXPECT_EQ(postedOn({b, x, y}), std::string(name) + (post ? " 2: a b b" : " 2: a b none"));
+    EXPECT_EQ(nbAttached(b) * 10 + nbAttached(x), 11);
+    cs_restoreContext();
+    EXPECT_EQ(nbAttached(b) + nbAttached(x) + nbAttached(y), 0);
+  }
+  EXPECT_EQ(locator.asked, 12);
 }
+
+// Once the boolean is decided the watcher of a comparison with a constant narrows nothing: it fails where nothing is
+// left that has the truth. Whether the spy behind it comes to see the change of x tells its answer.
+TEST_F(ReifCase, AWatcherChecksAheadOfTheEnforcer)
+{
+  struct
+  {
+    OfValue post;
+    Compare holds;
+  } entries[] = {
+      {cs_ReifLT, lt}, {cs_ReifLE, le}, {cs_ReifGT, gt}, {cs_ReifGE, ge}, {cs_ReifEQ, eq}, {cs_ReifNEQ, neq}};
+  for (size_t entry = 0; entry < std::size(entries); entry++)
+    for (int truth : {0, 1})
+      for (auto change : {rcsSetMin, rcsSetMax, rcsSetValue, rcsRemoveValue})
+        for (int value : {4, 5, 6}) {
+          SCOPED_TRACE(testing::Message() << "entry " << entry << ", " << truth << ", " << value);
+          CSint* x = makeVar("{0..9}");
+          Spy after;
+          after.watch(x, "x");
+          CSint* b = entries[entry].post(x, 5);
+          int ok = inOneFlush([&] { return change(x, value) && rcsSetValue(b, truth); });
+          int left = 0;
+          for (int each : valuesOf(x))
+            left += entries[entry].holds(each, 5) == bool(truth);
+          EXPECT_EQ(ok, left > 0);
+          EXPECT_EQ(ok, !after.calls.empty());
+        }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Comparisons
+// ---------------------------------------------------------------------------------------------------------------------
 
 TEST_F(ReifCase, EnforcingLowersTheLesserBeforeItRaisesTheGreater)
 {
@@ -97,13 +175,10 @@ TEST_F(ReifCase, EnforcingLowersTheLesserBeforeItRaisesTheGreater)
   Spy spy;
   spy.watch(x, "x").watch(y, "y");
   cs_saveContext();
-  EXPECT_TRUE(cs_EQ(b, 1));
-  EXPECT_EQ(spy.log(), "x NewMax 9->8, y NewMin 0->1");
+  EXPECT_EQ(spy.take(cs_EQ(b, 1)), "1 x NewMax 9->8, y NewMin 0->1");
   EXPECT_EQ(textOf(c), "{0, 1}"); // no event has told the bounds that decide it
   cs_restoreContext();
-  spy.clear();
-  EXPECT_TRUE(cs_EQ(c, 0));
-  EXPECT_EQ(spy.log(), "y NewMax 9->8, x NewMin 0->1");
+  EXPECT_EQ(spy.take(cs_EQ(c, 0)), "1 y NewMax 9->8, x NewMin 0->1");
 }
 
 TEST_F(ReifCase, ABoundIsPassedOnAsTheEventTellsIt)
@@ -114,7 +189,7 @@ TEST_F(ReifCase, ABoundIsPassedOnAsTheEventTellsIt)
   cs_EQ(cs_ReifLt(x, y), 1);
   before.watch(x, "x").watch(y, "y");
   std::string seen;
-  after.onCall = [&](const Spy::Call&) { return seen += texts({x, y}) + "; ", 1; };
+  after.onCall = [&](const Spy::Call&) { return seen += textsOf({x, y}) + "; ", 1; };
   before.onCall = [&](const Spy::Call& call) {
     return call.variable == x && call.now == 3   ? rcsSetMin(x, 5)
            : call.variable == y && call.now == 8 ? rcsSetMax(y, 7)
@@ -131,42 +206,27 @@ TEST_F(ReifCase, AtTheEdgesOf32BitsTheStepWrapsAndTheEnforcerFails)
 {
   // The boolean is fixed behind the bound's event: the watcher passes the bound on before the enforcer has looked.
   for (bool isLt : {true, false}) {
-    CSint *x = makeVar("{2147483640..2147483647}"), *y = makeVar("{2147483640..2147483647}");
+    auto post = [=](CSint* x, CSint* y) { return isLt ? cs_ReifLt(x, y) : cs_ReifLe(y, x); };
+    Vars x = makeVars({"{2147483640..2147483647}", "{2147483640..2147483647}"});
+    Vars y = makeVars({"{-2147483648..-2147483640}", "{-2147483648..-2147483640}"});
     Spy after;
-    after.watch(x, "x");
-    CSint* b = isLt ? cs_ReifLt(x, y) : cs_ReifLe(y, x);
-    EXPECT_FALSE(inOneFlush([=] { return rcsSetMin(x, INT32_MAX) && rcsSetValue(b, isLt); }));
-    EXPECT_EQ(after.log(), "x NewMinEq 2147483640->2147483647");
-    EXPECT_EQ(textOf(y), "{2147483640..2147483647}");
-
-    CSint *v = makeVar("{-2147483648..-2147483640}"), *w = makeVar("{-2147483648..-2147483640}");
-    Spy last;
-    last.watch(w, "w");
-    CSint* c = isLt ? cs_ReifLt(v, w) : cs_ReifLe(w, v);
-    EXPECT_FALSE(inOneFlush([=] { return rcsSetMax(w, INT32_MIN) && rcsSetValue(c, isLt); }));
-    EXPECT_EQ(last.log(), "w NewMaxEq -2147483640->-2147483648");
-    EXPECT_EQ(textOf(v), "{-2147483648..-2147483640}");
-
+    after.watch(x[0], "x").watch(y[1], "y");
+    CSint *b = post(x[0], x[1]), *c = post(y[0], y[1]);
+    EXPECT_FALSE(inOneFlush([=] { return rcsSetMin(x[0], INT32_MAX) && rcsSetValue(b, isLt); }));
+    EXPECT_EQ(after.take(0), "0 x NewMinEq 2147483640->2147483647");
+    EXPECT_EQ(textOf(x[1]), "{2147483640..2147483647}");
+    EXPECT_FALSE(inOneFlush([=] { return rcsSetMax(y[1], INT32_MIN) && rcsSetValue(c, isLt); }));
+    EXPECT_EQ(after.take(0), "0 y NewMaxEq -2147483640->-2147483648");
+    EXPECT_EQ(textOf(y[0]), "{-2147483648..-2147483640}");
     // With both at the far ends no step of either side would fail: the enforcer looks first.
-    CSint *highest = makeVar("{0..2147483647}"), *lowest = makeVar("{-2147483648..9}");
-    CSint* d = isLt ? cs_ReifLt(highest, lowest) : cs_ReifLe(lowest, highest);
+    CSint *highest = makeVar("{0..2147483647}"), *lowest = makeVar("{-2147483648..9}"), *d = post(highest, lowest);
     EXPECT_FALSE(inOneFlush(
         [=] { return rcsSetMin(highest, INT32_MAX) && rcsSetMax(lowest, INT32_MIN) && rcsSetValue(d, isLt); }));
   }
-}
-
-TEST_F(ReifCase, WideVariablesAndConstantsAtTheEdges)
-{
-  const char* wide = "{-2147483648..2147483647}";
-  CSint *x = makeVar(wide), *y = makeVar(wide);
-  EXPECT_TRUE(cs_EQ(cs_ReifLt(x, y), 1));
-  EXPECT_EQ(texts({x, y}), "{-2147483648..2147483646} {-2147483647..2147483647}");
-  CSint* z = makeVar(wide);
-  EXPECT_TRUE(cs_EQ(cs_ReifLT(z, INT32_MAX), 0));
-  EXPECT_EQ(textOf(z), "2147483647");
-  CSint* u = makeVar(wide);
-  EXPECT_TRUE(cs_EQ(cs_ReifGT(u, INT32_MIN), 0));
-  EXPECT_EQ(textOf(u), "-2147483648");
+  Vars wide = makeVars({whole, whole, whole, whole});
+  EXPECT_TRUE(cs_EQ(cs_ReifLt(wide[0], wide[1]), 1) && cs_EQ(cs_ReifLT(wide[2], INT32_MAX), 0));
+  EXPECT_TRUE(cs_EQ(cs_ReifGT(wide[3], INT32_MIN), 0));
+  EXPECT_EQ(textsOf(wide), "{-2147483648..2147483646} {-2147483647..2147483647} 2147483647 -2147483648");
 }
 
 TEST_F(ReifCase, WhatIsInstantiatedInsideIsDecidedByPresentBounds)
@@ -178,44 +238,100 @@ TEST_F(ReifCase, WhatIsInstantiatedInsideIsDecidedByPresentBounds)
   EXPECT_TRUE(inOneFlush([=] { return rcsSetValue(x, 4) && rcsSetMin(y, 5); }));
   EXPECT_EQ(spy.log(), "c NewMinEq 0->1, b NewMinEq 0->1");
   // The boolean is decided first, and the Eq handler enforces before the enforcer's own turn.
-  CSint *v = makeVar("{0..9}"), *w = makeVar("{0..9}");
-  Spy after;
-  after.watch(v, "v");
-  CSint* d = cs_ReifLe(v, w);
-  std::string seen;
-  after.onCall = [&](const Spy::Call&) { return seen += texts({v, w}), 1; };
-  EXPECT_TRUE(inOneFlush([=] { return rcsSetValue(v, 4) && rcsSetValue(d, 0); }));
-  EXPECT_EQ(seen, "4 {0..3}");
+  for (int equality : {-1, 0, 1}) { // or none, but v > w
+    CSint *v = makeVar("{0..9}"), *w = makeVar("{0..4, 6..9}");
+    Spy after;
+    after.watch(v, "v");
+    CSint* d = equality < 0 ? cs_ReifLe(v, w) : cs_ReifEq(v, w);
+    std::string seen;
+    after.onCall = [&](const Spy::Call&) { return seen += textsOf({v, w}), 1; };
+    EXPECT_TRUE(inOneFlush([=] { return rcsSetValue(v, 4) && rcsSetValue(d, equality > 0); }));
+    EXPECT_EQ(seen, equality < 0 ? "4 {0..3}" : equality ? "4 4" : "4 {0..3, 6..9}");
+  }
 }
 
-// Once the boolean is decided the watcher of a constant's comparison narrows nothing and only checks.
-TEST_F(ReifCase, AWatcherChecksAheadOfTheEnforcer)
+// ---------------------------------------------------------------------------------------------------------------------
+// Equalities
+// ---------------------------------------------------------------------------------------------------------------------
+
+TEST_F(ReifCase, MinimaAndMaximaAreEvenedOutInDifferentOrders)
 {
-  struct Case
-  {
-    CSint* (*post)(CSint*, int);
-    int edge;  ///< the comparison with 5 changes its truth between this value and the next
-    int below; ///< its truth up to there
-  };
-  for (const Case& c : {Case{cs_ReifLT, 4, 1}, {cs_ReifLE, 5, 1}, {cs_ReifGT, 5, 0}, {cs_ReifGE, 4, 0}})
-    for (int truth : {0, 1}) {
-      bool wantsLow = truth == c.below;
-      // Whether the spy behind the watcher comes to see the change of x tells the watcher's answer.
-      auto passes = [&](int (*change)(CSint*, int), int value) {
-        CSint* x = makeVar("{0..9}");
-        Spy after;
-        after.watch(x, "x");
-        CSint* b = c.post(x, 5);
-        int ok = inOneFlush([&] { return change(x, value) && rcsSetValue(b, truth); });
-        EXPECT_EQ(ok, !after.calls.empty());
-        return ok;
-      };
-      SCOPED_TRACE(std::to_string(c.edge) + (c.below ? " low" : " high") + (truth ? ", true" : ", false"));
-      EXPECT_TRUE(passes(rcsSetMin, c.edge));
-      EXPECT_EQ(passes(rcsSetMin, c.edge + 1), !wantsLow);
-      EXPECT_TRUE(passes(rcsSetMax, c.edge + 1));
-      EXPECT_EQ(passes(rcsSetMax, c.edge), wantsLow);
-      EXPECT_EQ(passes(rcsSetValue, c.edge), wantsLow);
-      EXPECT_EQ(passes(rcsSetValue, c.edge + 1), !wantsLow);
+  // On the minima x comes to rest first and y behind that; on the maxima y stays where it is and x comes to rest.
+  CSint *x = makeVar("{0, 5, 7..9}"), *y = makeVar("{3, 4, 7..9}"), *b = cs_ReifEq(x, y);
+  Spy low, high, last;
+  low.watch(x, "x").watch(y, "y");
+  EXPECT_EQ(low.take(cs_EQ(b, 1)), "1 y NewMin 3->7, x NewMin 0->7");
+  CSint *v = makeVar("{0..2, 8, 9}"), *w = makeVar("{0..2, 5, 6}");
+  high.watch(v, "v").watch(w, "w");
+  CSint* c = cs_ReifNeq(v, w);
+  std::string seen;
+  high.onCall = [&](const Spy::Call&) { return seen += textsOf({v, w}) + "; ", 1; };
+  EXPECT_TRUE(inOneFlush([=] { return rcsRemoveValue(v, 8) && rcsSetValue(c, 0); }));
+  EXPECT_EQ(high.log(), "v Neq 8, v NewMax 9->2, w NewMax 6->2");
+  EXPECT_EQ(seen, "{0..2} {0..2, 5, 6}; {0..2} {0..2}; {0..2} {0..2}; ");
+  // The bound at which x comes to rest is itself a difference, and the first value of a word.
+  CSint *p = makeVar("{0..2, 64, 70}"), *q = makeVar("{0..2, 65, 66}"), *d = cs_ReifEq(p, q);
+  last.watch(p, "p").watch(q, "q");
+  EXPECT_EQ(last.take(cs_EQ(d, 1)), "1 p NewMax 70->2, q NewMax 66->2");
+}
+
+TEST_F(ReifCase, WalksOverManyWords)
+{
+  Random random(20);
+  for (int round = 0; round < 300; round++) {
+    SCOPED_TRACE(round);
+    // The ends are common, so the bounds stay and every difference is an inner hole; some rounds have few of them.
+    int low = random.pick(-70, 70), high = low + random.pick(130, 400);
+    int density = random.pick(0, 100), different = round % 2 ? 50 : 2;
+    Values in[2], common;
+    for (int value = low; value <= high; value++) {
+      bool isEnd = value == low || value == high;
+      bool inX = isEnd || random.chance(density), inY = isEnd || inX != random.chance(different);
+      if (inX)
+        in[0].push_back(value);
+      if (inY)
+        in[1].push_back(value);
+      if (inX && inY)
+        common.push_back(value);
     }
+    CSint *x = makeVar(in[0], unsigned(random.pick(0, 4))), *y = makeVar(in[1], unsigned(random.pick(0, 4)));
+    CSint* b = cs_ReifEq(x, y);
+    Spy spy;
+    spy.watch(x, "").watch(y, "");
+    cs_saveContext();
+    ASSERT_TRUE(cs_EQ(b, 1));
+    EXPECT_EQ(valuesOf(x), common);
+    EXPECT_EQ(valuesOf(y), common);
+    EXPECT_EQ(spy.calls.size(), in[0].size() + in[1].size() - 2 * common.size());
+    EXPECT_TRUE(std::is_sorted(
+        spy.calls.begin(), spy.calls.end(), [](const Spy::Call& p, const Spy::Call& q) { return p.old < q.old; }));
+    cs_restoreContext();
+    // Open until the last common value goes.
+    for (size_t i = 0; i < common.size(); i++) {
+      ASSERT_EQ(textOf(b), "{0, 1}");
+      ASSERT_TRUE(cs_NEQ(i % 2 ? x : y, common[i]));
+    }
+    EXPECT_EQ(textOf(b), "0");
+  }
+}
+
+TEST_F(ReifCase, ScansEndAtTheEdgesOf32Bits)
+{
+  CSint* x = makeVar("{2147483500..2147483509, 2147483646, 2147483647}");
+  CSint *y = makeVar("{2147483509..2147483520, 2147483645, 2147483647}"), *b = cs_ReifEq(x, y);
+  cs_saveContext();
+  EXPECT_TRUE(cs_EQ(b, 1));
+  EXPECT_EQ(textsOf({x, y}), "{2147483509, 2147483647} {2147483509, 2147483647}");
+  cs_restoreContext();
+  EXPECT_TRUE(cs_NEQ(x, 2147483509));
+  EXPECT_EQ(textOf(b), "{0, 1}");
+  EXPECT_TRUE(cs_NEQ(y, 2147483647));
+  EXPECT_EQ(textOf(b), "0");
+  CSint *v = makeVar("{-2147483648, -2147483640}"), *w = makeVar("{-2147483648..-2147483500}");
+  EXPECT_TRUE(cs_EQ(cs_ReifEq(v, w), 1));
+  EXPECT_EQ(textOf(w), "{-2147483648, -2147483640}");
+  // Their counts wrap to 0, which is no hole.
+  CSint *wide = makeVar(whole), *other = makeVar(whole);
+  EXPECT_TRUE(cs_EQ(cs_ReifEq(wide, other), 1) && cs_GE(wide, 2147483647));
+  EXPECT_EQ(textOf(other), "2147483647");
 }

@@ -224,6 +224,12 @@ inline bool ifNeq(const Sets& x, const std::vector<int>& p)
   return (*x[0] != Set{p[0]} || remove(x[1], p[1])) && (*x[1] != Set{p[1]} || remove(x[0], p[0]));
 }
 
+/// The rule with its two arguments exchanged.
+inline Rule swapped(Rule rule)
+{
+  return [=](const Sets& x, const std::vector<int>& p) { return rule({x[1], x[0]}, p); };
+}
+
 } // namespace naive
 
 /// A rule with what it is applied to.

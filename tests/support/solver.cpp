@@ -1,5 +1,6 @@
 #include "solver.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -146,6 +147,26 @@ std::string textsOf(const Vars& vars)
   for (const CSint* v : vars)
     texts += (texts.empty() ? "" : " ") + textOf(v);
   return texts;
+}
+
+std::string postedOn(const Vars& vars)
+{
+  const ConstraintInfo* info = infoOf(vars[0]);
+  std::string text = info->_function + (" " + std::to_string(info->_refCount)) + ":";
+  std::vector<const Constraint*> known;
+  for (const CSint* v : vars) {
+    if (!v->_constraints || infoOf(v) != info) {
+      text += " none";
+      continue;
+    }
+    auto place = std::find(known.begin(), known.end(), constraintOf(v));
+    text += std::string(" ") + char('a' + (place - known.begin()));
+    if (place == known.end())
+      known.push_back(constraintOf(v));
+    if (int index = v->_constraints->_index; index != -1)
+      text += "[" + std::to_string(index) + "]";
+  }
+  return text;
 }
 
 static char crashNote[256];

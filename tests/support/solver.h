@@ -51,6 +51,10 @@ std::string textsOf(const Vars& vars);
 inline Constraint* constraintOf(const CSint* v) { return v->_constraints->_constraint; }
 inline const ConstraintInfo* infoOf(const CSint* v) { return constraintOf(v)->_info; }
 
+/// The newest attachments of what was posted together, "cs_Sigma 2: a b[0] b[1]": the name and the holders of the one
+/// info, and for each variable a letter for its constraint, with the index where that isn't -1.
+std::string postedOn(const Vars& vars);
+
 /// Starts the solver for each test and ends it afterwards, when the error code and the depth of the context stack must
 /// be what the test announced.
 class SolverTest : public testing::Test

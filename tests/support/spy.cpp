@@ -77,4 +77,21 @@ void Spy::clear()
   _log.clear();
 }
 
+std::string Spy::take(int result)
+{
+  std::string text = std::to_string(result) + " " + _log;
+  clear();
+  return text;
+}
+
+const char* LocatorSpy::locate(void* self)
+{
+  auto* spy = static_cast<LocatorSpy*>(self);
+  spy->asked++;
+  spy->made = CSINT(0);
+  if (spy->onAsked)
+    spy->onAsked();
+  return "here";
+}
+
 } // namespace kit

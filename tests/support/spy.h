@@ -39,6 +39,9 @@ public:
   std::string log() const { return _log; }
   void clear();
 
+  /// The result of a request and the log since the last clearing, "1 x NewMin 0->5"; clears.
+  std::string take(int result);
+
   std::vector<Call> calls;
   int failAt = 0;                         ///< the number of the call, from 1, that fails; 0 for none
   int nbDestroyed = 0;                    ///< runs of the destructor
@@ -61,6 +64,20 @@ private:
   std::string _log;
   std::vector<std::pair<CSint*, std::string>> _labels;
   Constraint* _constraint = nullptr;
+};
+
+/// A locator that notes what it is asked for: it counts, runs code, and makes a variable, whose address tells what was
+/// made before and after.
+struct LocatorSpy
+{
+  int asked = 0;
+  CSint* made = nullptr;
+  std::function<void()> onAsked;
+
+  LocatorSpy() { cs_setProfilerLocator("", locate, this); }
+  ~LocatorSpy() { cs_setProfilerLocator(nullptr, nullptr, nullptr); }
+
+  static const char* locate(void* self);
 };
 
 } // namespace kit
