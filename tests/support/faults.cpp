@@ -8,7 +8,7 @@ namespace kit {
 static constexpr int blockSize = 1024; // in variables and in records of the trail
 
 // From 0 on: so much room in the last block of the trail.
-enum Place { defaultLocator = -3, asItIs, fullVariables };
+enum Place : int { defaultLocator = -3, asItIs, fullVariables };
 static constexpr int nbRooms = 8;
 
 static void take(Place place, size_t nbVariables)

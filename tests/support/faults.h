@@ -8,8 +8,8 @@
  * Every row runs with the default locator, with a cheap one, and with that in many places: where the last block of
  * variables is full, and where the last block of the trail has room for 0, 1, 2, ... records.
  *
- *     EXPECT_EQ(faultOf({.name = "Lt", .domains = {"1..5", "2..6"}, .run = [](Vars& x) { return cs_Lt(x[0], x[1]); }}),
- * "");
+ *     auto post = [](Vars& x) { return cs_Lt(x[0], x[1]); };
+ *     EXPECT_EQ(faultOf({.name = "Lt", .domains = {"1..5", "2..6"}, .run = post}), "");
  */
 #ifndef KIT_FAULTS_H
 #define KIT_FAULTS_H
