@@ -18,12 +18,12 @@ extern "C" [[gnu::noinline]] void measured(void (*step)(int), int times)
 
 static CSint *x, *y;
 
-static void narrow(int listeners, bool holes, int times)
+static void narrow(int listeners, bool holes, int times, bool interested = true)
 {
   x = cs_createCSint(0, 10000000);
   if (holes)
     cs_NEQ(x, 9999999);
-  attachIdle(x, listeners);
+  attachIdle(x, listeners, interested);
   measured([](int i) { rcsSetMin(x, i); }, times);
 }
 
@@ -113,6 +113,7 @@ static const Operation operations[] = {
     {"narrow-0", [](int times) { narrow(0, false, times); }},
     {"narrow-1", [](int times) { narrow(1, false, times); }},
     {"narrow-8", [](int times) { narrow(8, false, times); }},
+    {"narrow-8-uninterested", [](int times) { narrow(8, false, times, false); }},
     {"narrow-holes-1", [](int times) { narrow(1, true, times); }},
     {"remove-1", remove},
     {"save-fix-restore-1", context},
