@@ -79,26 +79,19 @@ static int solve(const std::string& file, const Knapsack& sack)
     take.push_back(cs_createCSint(0, 1));
   CSint* weight = cs_ScalProd(take.data(), sack.weights.data(), n);
   CSint* value = cs_ScalProd(take.data(), sack.values.data(), n);
-  bool possible = weight && value && cs_LE(weight, sack.capacity);
+  const bool possible = weight && value && cs_LE(weight, sack.capacity);
 
   std::vector<int> best;
   int bestValue = -1, bestWeight = 0;
-  KuRun sum = {};
-  KuOutcome outcome = KU_EXHAUSTED;
-  while (possible) {
-    KuRun run = newRun(file);
-    outcome = ku_search(&run, take.data(), n, cs_findFreeVar);
-    addCost(sum, run);
-    if (outcome != KU_SOLVED)
-      break;
+  auto found = [&] {
     best.clear();
     for (const CSint* t : take)
       best.push_back(cs_getValue(t));
     bestValue = cs_getValue(value);
     bestWeight = cs_getValue(weight);
-    cs_restoreContextUntil(run.label);
-    possible = cs_GT(value, bestValue);
-  }
+  };
+  KuRun sum = {};
+  const KuOutcome outcome = possible ? maximize(file, take, cs_findFreeVar, value, sum, found) : KU_EXHAUSTED;
 
   show(sack, best);
   std::printf("%s: worth %d with %d of %d carried; %s\n", isStopped(outcome) ? stoppedText(outcome) : "optimal",

@@ -7,6 +7,7 @@
  *   Numbers       reads a file of whole numbers
  *   startSolver   cs_init, with Ctrl-C and a time limit for all runs of ku_run.h
  *   newRun        a run within that limit, which shows its progress on a terminal; cost tells what it took
+ *   maximize      the best solution, by runs of which each must do better than the last
  *
  * All examples share these exit statuses; where several apply, the largest counts:
  *
@@ -353,6 +354,26 @@ inline KuRun newRun(std::string title)
     run.progress = showProgress;
   progressTitle = std::move(title);
   return run;
+}
+
+// Looks for the largest value of `goal`: each search must find a larger one than the last, and `found` reads each
+// solution off the variables. KU_EXHAUSTED says that the last one is the best. What it took is added to `sum`.
+template <class Found>
+KuOutcome maximize(const std::string& title, std::vector<CSint*>& variables, CSfindFreeVar choose, CSint* goal,
+    KuRun& sum, Found found)
+{
+  for (bool possible = true; possible;) {
+    KuRun run = newRun(title);
+    const KuOutcome outcome = ku_search(&run, variables.data(), static_cast<int>(variables.size()), choose);
+    addCost(sum, run);
+    if (outcome != KU_SOLVED)
+      return outcome;
+    found();
+    const int value = cs_getValue(goal);
+    cs_restoreContextUntil(run.label);
+    possible = cs_GT(goal, value);
+  }
+  return KU_EXHAUSTED;
 }
 
 // Was the run stopped from outside, so that its answer isn't proved? A callback that has seen enough may cancel as

@@ -178,28 +178,21 @@ static void show(const Day& day, const Table& table)
 
 static int solve(const std::string& file, const Day& day)
 {
-  const int n = static_cast<int>(day.lessons.size()), wishes = static_cast<int>(day.wishes.size());
-  bool possible = buildModel(day);
+  const int wishes = static_cast<int>(day.wishes.size());
+  const bool possible = buildModel(day);
   CSint* sum = cs_Sigma(granted.data(), wishes);
   Table best;
   int count = -1;
-  KuRun total = {};
-  KuOutcome outcome = KU_EXHAUSTED;
-  while (possible) {
-    KuRun run = newRun(file);
-    outcome = ku_search(&run, hour.data(), n, cs_findFreeVarNbElements);
-    addCost(total, run);
-    if (outcome != KU_SOLVED)
-      break;
+  auto found = [&] {
     best = {};
     for (const CSint* h : hour)
       best.hours.push_back(cs_getValue(h));
     for (const CSint* g : granted)
       best.granted.push_back(cs_getValue(g) != 0);
     count = cs_getValue(sum);
-    cs_restoreContextUntil(run.label);
-    possible = cs_GT(sum, count);
-  }
+  };
+  KuRun total = {};
+  const KuOutcome outcome = possible ? maximize(file, hour, cs_findFreeVarNbElements, sum, total, found) : KU_EXHAUSTED;
 
   if (count < 0) {
     std::printf("%s\n", isStopped(outcome) ? stoppedText(outcome) : "there is no timetable");
