@@ -178,4 +178,13 @@ TEST_F(Narrowing, ABrokenInvariantStops)
   EXPECT_DEATH(_rcsSetMin(v, 0), "v->_min < value && value <= v->_max");
   EXPECT_DEATH(_rcsSetMax(v, 9), "v->_min <= value && value < v->_max");
   EXPECT_DEATH(_rcsFinalizeEvent(nullptr), "e != NULL");
+  // An outer restore puts an older count back over accepted bounds, which meet where no step behind them is left.
+  CSint* w = makeVar("{2147483640..2147483645, 2147483647}");
+  cs_saveContext();
+  rcsRemoveValue(w, 2147483641);
+  cs_saveContext();
+  rcsSetValue(w, 2147483647);
+  cs_acceptContext();
+  cs_restoreContext();
+  EXPECT_DEATH(rcsRemoveValue(w, 2147483647), "v->_min < value && value <= v->_max");
 }
