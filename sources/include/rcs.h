@@ -129,7 +129,8 @@ CS_API int rcsAnd(CSint* a, CSint* b);
 // ---------------------------------------------------------------------------------------------------------------------
 
 /// A set over the fixed range _low.._high. Value x has the bit (x - _low) & 7 of the byte (x - _low) >> 3. The array is
-/// padded with zero bytes to whole 64-bit words, so that counting and walking may go by the word.
+/// padded with zero bytes to whole 64-bit words, so that counting and walking may go by the word. The set of a variable
+/// covers the bounds that the variable was created with: between its bounds a bit is read with no look at the range.
 struct Domain
 {
   int32_t _low;

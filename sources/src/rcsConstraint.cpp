@@ -144,10 +144,12 @@ void _rcsRemoveConstraint(CSint* variable)
   Tconstraint* t = variable->_constraints;
   if (!t)
     return;
+  Constraint* constraint = t->_constraint;
   variable->_constraints = t->_next;
-  if (--t->_constraint->_refCount == 0)
-    freeConstraint(t->_constraint);
+  // Before the destructor, which may take away the rest of this very list, and with it the block that it lies in.
   const bool isFirst = t->_room == t->_block - 1;
   if (isFirst)
     free(t);
+  if (--constraint->_refCount == 0)
+    freeConstraint(constraint);
 }

@@ -233,6 +233,7 @@ static inline int storeMax(CSint* v, int32_t value)
 /// The two ways over a bit-set: up for a minimum, down for a maximum.
 struct Up
 {
+  static void check(const CSint* v, int32_t value) { assert(v->_min < value && value <= v->_max); }
   static uint64_t from(uint64_t bits, uint32_t place) { return bits & ~uint64_t(0) << place; }
   static uint32_t nearest(uint64_t bits) { return uint32_t(std::countr_zero(bits)); }
   static int32_t firstFrom(const Domain* set, int32_t value) { return rcsDomainNextOn(set, value - 1); }
@@ -242,6 +243,7 @@ struct Up
 
 struct Down
 {
+  static void check(const CSint* v, int32_t value) { assert(v->_min <= value && value < v->_max); }
   static uint64_t from(uint64_t bits, uint32_t place) { return bits & ~uint64_t(0) >> (63 - place); }
   static uint32_t nearest(uint64_t bits) { return 63 - uint32_t(std::countl_zero(bits)); }
   static int32_t firstFrom(const Domain* set, int32_t value) { return rcsDomainPrevOn(set, value + 1); }
@@ -283,14 +285,14 @@ template <typename Way>
 template <typename Way>
 [[gnu::noinline]] static int dropOverHoles(CSint* v, int32_t to)
 {
-  assert(v->_min <= to && to <= v->_max);
+  Way::check(v, to);
   v->_nbElements = wrapSub(v->_nbElements, 1);
   return Way::store(v, leap<Way>(v->_domain, to, to)._bound);
 }
 
 static inline int raiseMin(CSint* v, int32_t value)
 {
-  assert(v->_min < value && value <= v->_max);
+  Up::check(v, value);
   if (hasHoles(v))
     return moveOverHoles<Up>(v, v->_min, value);
   v->_nbElements = wrapCount(value, v->_max);
@@ -299,7 +301,7 @@ static inline int raiseMin(CSint* v, int32_t value)
 
 static inline int lowerMax(CSint* v, int32_t value)
 {
-  assert(v->_min <= value && value < v->_max);
+  Down::check(v, value);
   if (hasHoles(v))
     return moveOverHoles<Down>(v, v->_max, value);
   v->_nbElements = wrapCount(v->_min, value);
@@ -402,7 +404,9 @@ int removeHeld(CSint* variable, int32_t value)
     return withRoom(removeHeld, variable, value);
   if (value == variable->_min) {
     writeOld(variable, NewMin, value, variable->_nbElements);
-    return hasHoles(variable) ? dropOverHoles<Up>(variable, value + 1) : raiseMin(variable, value + 1);
+    // After an accepted context the count may be too high for bounds that meet, at the very edge of 32 bits too.
+    const int32_t to = wrapAdd(value, 1);
+    return hasHoles(variable) ? dropOverHoles<Up>(variable, to) : raiseMin(variable, to);
   }
   if (value == variable->_max) {
     writeOld(variable, NewMax, value, variable->_nbElements);

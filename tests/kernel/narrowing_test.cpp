@@ -41,6 +41,15 @@ TEST_F(Narrowing, AnswerDomainAndEvents)
       {rcsSetMax, "{0, 4, 8, 9}", 7, "1 {0, 4} | v NewMax 9->4"},
       {lower, "{0..9}", 4, "1 {0..4} | v NewMax 9->4"},
       {lower, "{0, 4, 8, 9}", 3, "1 0 | v NewMaxEq 9->0"},
+      // Into another word of the set, out of one that has nothing left, and over a whole one.
+      {rcsSetMin, "{0, 60, 70, 130, 199}", 65, "1 {70, 130, 199} | v NewMin 0->70"},
+      {rcsSetMin, "{0, 60, 70, 130, 199}", 61, "1 {70, 130, 199} | v NewMin 0->70"},
+      {rcsSetMin, "{0, 60, 70, 130, 199}", 131, "1 199 | v NewMinEq 0->199"},
+      {rcsSetMax, "{0, 60, 70, 130, 199}", 127, "1 {0, 60, 70} | v NewMax 199->70"},
+      {rcsSetMax, "{0, 60, 70, 130, 199}", 192, "1 {0, 60, 70, 130} | v NewMax 199->130"},
+      {rcsSetMax, "{0, 60, 70, 130, 199}", 59, "1 0 | v NewMaxEq 199->0"},
+      {rcsRemoveValue, "{0, 70, 130, 199}", 0, "1 {70, 130, 199} | v NewMin 0->70"},
+      {rcsRemoveValue, "{0, 70, 130, 199}", 199, "1 {0, 70, 130} | v NewMax 199->130"},
       {rcsSetValue, "{0..9}", 10, "0 {0..9} | "},
       {rcsSetValue, "{0..9}", 9, "1 9 | v NewMinEq 0->9"},
       {rcsSetValue, "{0..9}", 0, "1 0 | v NewMaxEq 9->0"},
@@ -178,4 +187,13 @@ TEST_F(Narrowing, ABrokenInvariantStops)
   EXPECT_DEATH(_rcsSetMin(v, 0), "v->_min < value && value <= v->_max");
   EXPECT_DEATH(_rcsSetMax(v, 9), "v->_min <= value && value < v->_max");
   EXPECT_DEATH(_rcsFinalizeEvent(nullptr), "e != NULL");
+  // An outer restore puts an older count back over accepted bounds, which meet where no step behind them is left.
+  CSint* w = makeVar("{2147483640..2147483645, 2147483647}");
+  cs_saveContext();
+  rcsRemoveValue(w, 2147483641);
+  cs_saveContext();
+  rcsSetValue(w, 2147483647);
+  cs_acceptContext();
+  cs_restoreContext();
+  EXPECT_DEATH(rcsRemoveValue(w, 2147483647), "v->_min < value && value <= v->_max");
 }

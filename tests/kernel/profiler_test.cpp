@@ -82,6 +82,18 @@ TEST_F(Profile, CountsCallsAndFailuresByConstraint)
   EXPECT_EQ(reportOf(b).rows, expected);
 }
 
+TEST_F(Profile, CountsCallsOfHandlersWithoutInterest)
+{
+  locateAt(here);
+  EXPECT_TRUE(cs_Neq(x, y) && cs_Neq(x, CSINT(-1)));
+  Profiler* profiler = cs_createProfiler(0);
+  cs_enableProfiler(profiler);
+  EXPECT_TRUE(cs_NEQ(x, 3) && cs_GE(x, 1));
+  cs_disableProfiler(profiler);
+  const Report::Rows expected = {{"cs_Neq here", "2 0; 2 0"}};
+  EXPECT_EQ(reportOf(profiler).rows, expected);
+}
+
 // The lines of a report with their varying parts, in their order.
 static void expectForm(Profiler* profiler, const std::string& header)
 {

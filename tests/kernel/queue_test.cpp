@@ -98,6 +98,22 @@ TEST_F(Queue, AttachmentsAreThoseOfTheMomentOfTheChange)
   EXPECT_EQ(late.log(), "late NewMax 20->9");
 }
 
+// A walk leaps over those that don't want the event, and one that nobody wants is not sent at all.
+TEST_F(Queue, ARemovalReachesWhoeverWaitsBehindThoseThatDont)
+{
+  CSint *idle = cs_createCSint(0, 20), *wide = cs_createCSint(0, 40);
+  EXPECT_TRUE(cs_Neq(y, idle) && cs_Neq(y, z) && cs_Lt(y, wide) && cs_Neq(y, x));
+  EXPECT_TRUE(cs_NEQ(y, 9) && inFlush([&]() { return cs_NEQ(idle, 8) && cs_NEQ(y, 8); }));
+  EXPECT_EQ(other.log(), "y Neq 9, y Neq 8");
+  Spy listener;
+  listener.state = 1;
+  listener.watch(idle, "idle");
+  EXPECT_TRUE(cs_Neq(idle, wide));
+  yFails = true;
+  EXPECT_FALSE(inFlush([&]() { return cs_NEQ(idle, 7) && cs_NEQ(y, 7); }));
+  EXPECT_EQ(listener.calls.size(), 1u);
+}
+
 TEST_F(Queue, ManyPendingRecordsComeFromFurtherBlocks)
 {
   Vars many;

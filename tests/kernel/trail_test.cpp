@@ -79,14 +79,32 @@ TEST_F(Trail, AttachmentsComeAndGoNewestFirst)
   EXPECT_EQ(cs_getNbConstraints(x), 2);
 }
 
+static const Handler idle[6] = {Ptrue, Ptrue, Ptrue, Ptrue, Ptrue, Ptrue};
+
+TEST_F(Trail, ADestructorMayTakeAwayTheRestOfTheList)
+{
+  static CSint own;
+  _rcsIntInit(&own, 0, 9);
+  Spy inner;
+  cs_saveContext();
+  inner.watch(&own, "own");
+  Constraint* owner = rcsCreateConstraint(rcsCreateConstraintInfo("owner", nullptr), nullptr, idle);
+  owner->_destructor = [](void*) {
+    while (own._constraints)
+      _rcsRemoveConstraint(&own);
+  };
+  EXPECT_TRUE(_rcsAddConstraint(owner, &own, -1));
+  cs_restoreContext();
+  EXPECT_EQ(inner.nbDestroyed, 1);
+}
+
 TEST_F(Trail, InfosAreShared)
 {
   ConstraintInfo* info = rcsCreateConstraintInfo("name", nullptr);
   EXPECT_STREQ(info->_locator, "");
-  static const Handler handlers[6] = {Ptrue, Ptrue, Ptrue, Ptrue, Ptrue, Ptrue};
   for (int i = 0; i < 2; i++) {
     cs_saveContext();
-    EXPECT_TRUE(_rcsAddConstraint(rcsCreateConstraint(info, nullptr, handlers), x, -1));
+    EXPECT_TRUE(_rcsAddConstraint(rcsCreateConstraint(info, nullptr, idle), x, -1));
   }
   EXPECT_EQ(info->_refCount, 2u);
   cs_restoreContext();
