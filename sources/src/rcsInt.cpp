@@ -9,7 +9,6 @@
 #include "rcsBits.h"
 #include "rcsBound.h"
 #include "rcsKernel.h"
-#include "rcsPrivate.h"
 
 #include <cstdarg>
 #include <cstdlib>
@@ -211,10 +210,6 @@ static inline int tellFixedInside(CSint* v, int32_t value)
 
 static inline int tellRemoved(CSint* v, int32_t value)
 {
-  // A removal leaves nothing to note, so where no attachment wants it no record has to pass through the queue.
-  const Tconstraint* newest = v->_constraints;
-  if (newest && !(newest->_eventsOn & 1u << Neq) && !IsProfileEnabled)
-    return 1;
   return propagate(v, Neq, value, [=] { return flushChange(v, Neq, value, value); });
 }
 

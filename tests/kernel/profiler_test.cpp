@@ -94,6 +94,25 @@ TEST_F(Profile, CountsCallsOfHandlersWithoutInterest)
   EXPECT_EQ(reportOf(profiler).rows, expected);
 }
 
+TEST_F(Profile, CountsWhatIsPendingWhenACallbackEnablesIt)
+{
+  locateAt(here);
+  static CSint* idle;
+  idle = y;
+  EXPECT_TRUE(cs_Neq(y, CSINT(-1)));
+  auto removeAndEnable = [](CSint*, int, int, CSint**, int, void* profiler) {
+    int removed = rcsRemoveValue(idle, 5);
+    cs_enableProfiler(static_cast<Profiler*>(profiler));
+    return removed;
+  };
+  Profiler* profiler = cs_createProfiler(0);
+  cs_eventNewMin(&x, 1, removeAndEnable, profiler);
+  EXPECT_TRUE(cs_GE(x, 1));
+  cs_disableProfiler(profiler);
+  const Report::Rows expected = {{"cs_Neq here", "1 0"}, {"cs_eventNewMin here", "1 0"}};
+  EXPECT_EQ(reportOf(profiler).rows, expected);
+}
+
 // The lines of a report with their varying parts, in their order.
 static void expectForm(Profiler* profiler, const std::string& header)
 {

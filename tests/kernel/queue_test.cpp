@@ -98,7 +98,7 @@ TEST_F(Queue, AttachmentsAreThoseOfTheMomentOfTheChange)
   EXPECT_EQ(late.log(), "late NewMax 20->9");
 }
 
-// A walk leaps over those that don't want the event, and one that nobody wants is not sent at all.
+// A walk leaps over those that don't want the event.
 TEST_F(Queue, ARemovalReachesWhoeverWaitsBehindThoseThatDont)
 {
   CSint *idle = cs_createCSint(0, 20), *wide = cs_createCSint(0, 40);
