@@ -6,6 +6,8 @@
 #include "snapshot.h"
 #include "spy.h"
 
+#include <algorithm>
+
 using namespace kit;
 
 using OfTwo = CSint* (*)(CSint*, CSint*);
