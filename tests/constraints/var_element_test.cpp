@@ -63,8 +63,7 @@ TEST_F(VarElement, Posting)
     EXPECT_EQ(textOf(outside), "{-2..9}");
     EXPECT_EQ(post(outside, x.data(), -4), nullptr);
     EXPECT_EQ(textOf(outside), "{0..9}");
-    EXPECT_EQ(post(makeVar("{5..9}"), x.data(), 5), nullptr);
-    EXPECT_EQ(post(makeVar("-1"), x.data(), 5), nullptr);
+    EXPECT_TRUE(!post(makeVar("{5..9}"), x.data(), 5) && !post(makeVar("-1"), x.data(), 5));
     EXPECT_EQ(nbAttached(outside), 0);
   }
 }
@@ -142,17 +141,6 @@ TEST_F(VarElement, AtTheEndsOfTheRange)
     }
 }
 
-/// Narrows at random in a context of its own, on through failures.
-static void stir(Random& random, const Vars& all)
-{
-  cs_saveContext();
-  for (int step = 0; step < 20; step++) {
-    static constexpr int (*narrow[])(CSint*, int) = {cs_NEQ, cs_GE, cs_LE, cs_EQ};
-    random.oneOf(narrow)(random.oneOf(all), random.pick(-8, 14));
-  }
-  cs_restoreContext();
-}
-
 // Posted in an accepted context inside one that is then restored: index and array are wider than they were, and the
 // restore takes the newest attachment of a variable in place of an older one. Nothing is read outside the tables, and
 // nothing that was freed.
@@ -171,22 +159,18 @@ TEST_F(VarElement, AfterAnAcceptedContext)
       ASSERT_NE(z, nullptr);
       cs_acceptContext();
       cs_restoreContextUntil(label);
-      stir(random, {all[0], all[1], all[2], all[3], z});
-    }
-}
-
-TEST_F(VarElement, AfterFailuresWithoutARestore)
-{
-  for (Post post : both)
-    for (uint64_t way = 0; way < 64; way++) {
-      Random random(seedOf("failures", way));
-      Vars all = makeVars({"{1..3}", "{-2..12}", "{0, 4, 6}", "{3..9}", "{-6..-3}"});
-      CSint* z = post(all[0], all.data() + 1, 4);
+      cs_saveContext();
+      // Failures, too, and what comes after them without a restore; some come in the middle of a flush.
+      Vars narrowed = {all[0], all[1], all[2], all[3], z};
       Spy failing;
-      failing.failAt = random.pick(1, 6);
-      for (size_t i = 0; i < 5; i++)
-        failing.watch(i == 1 ? z : all[i], "");
-      stir(random, {all[0], z, all[2], all[3], all[4]});
-      EXPECT_EQ(textsOf({all[0], all[2]}), "{1..3} {0, 4, 6}");
+      failing.failAt = random.pick(1, 12);
+      for (CSint* each : narrowed)
+        failing.watch(each, "");
+      for (int step = 0; step < 20; step++) {
+        static constexpr int (*narrow[])(CSint*, int) = {cs_NEQ, cs_GE, cs_LE, cs_EQ};
+        random.oneOf(narrow)(random.oneOf(narrowed), random.pick(-8, 14));
+      }
+      cs_restoreContext();
+      EXPECT_EQ(textsOf({all[0], all[2]}), "{-5..9} {-9..20}");
     }
 }
