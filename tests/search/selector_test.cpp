@@ -1,6 +1,6 @@
 /*
- * Value selectors; the selector drivers' callbacks in full, on each way out; restarts and what they learn. And
- * whether they find what plain search finds, on random problems.
+ * Value selectors; the selector drivers' callbacks in full, on each way out; restarts and what they learn. And all the
+ * drivers against each other on random problems.
  */
 #include "noGoods.h"
 #include "random.h"
@@ -392,7 +392,7 @@ TEST_F(Restarts, ReduceTheSetAtTheRoot)
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// All the solutions, and what is learnt on the way
+// The drivers against each other
 // ---------------------------------------------------------------------------------------------------------------------
 
 static Vars randomProblem(Random& random)
@@ -413,7 +413,49 @@ static Vars randomProblem(Random& random)
   return v;
 }
 
-using Solutions = SolverTest;
+using AllDrivers = SolverTest;
+
+TEST_F(AllDrivers, WithoutPreferencesGoTheSameWay)
+{
+  using Driver = int (*)(CSint**, int, int);
+  static const Driver runs[] = {
+      [](CSint** v, int n, int fails) { return cs_searchFail(v, n, cs_findFreeVar, fails); },
+      [](CSint** v, int n, int fails) {
+        return cs_searchCriteriaFail(
+            v, n, firstFree, [](int, int) { return 5; }, fails);
+      },
+      [](CSint** v, int n, int fails) {
+        return cs_searchMatrixFail(
+            &v, 1, n, [](CSint*** m, int, int cols) { return firstFree(m[0], cols) < 0 ? -1 : 0; },
+            [](int, CSint** row, int cols) { return firstFree(row, cols); }, [](int, int, int) { return -5; }, fails);
+      },
+      [](CSint** v, int n, int fails) {
+        std::vector<ValueSelector*> selectors(size_t(n), &rcsVSMinToMax);
+        return cs_searchValueSelectorFail(v, selectors.data(), n, firstFree, fails, nullptr);
+      },
+  };
+  std::set<std::string> outcomes;
+  for (uint64_t trial = 0; trial < 300; trial++) {
+    Random random(seedOf("AllDrivers", trial));
+    int base = cs_saveContext();
+    Vars v = randomProblem(random);
+    for (int fails : {0, 1, 2, 3, 5}) {
+      std::string first;
+      for (const Driver& run : runs) {
+        int label = cs_saveContext();
+        int found = run(v.data(), int(v.size()), fails);
+        std::string outcome = str(found) + counters() + str(contextDepth() - label) + textsOf(v);
+        cs_restoreContextUntil(label);
+        if (&run == runs)
+          first = outcome;
+        EXPECT_EQ(outcome, first) << "trial " << trial << ", limit " << fails << ", driver " << &run - runs;
+      }
+      outcomes.insert(first);
+    }
+    cs_restoreContextUntil(base);
+  }
+  EXPECT_GT(outcomes.size(), 200u);
+}
 
 static std::multiset<Values> solutions;
 
@@ -461,7 +503,7 @@ static void endRun(int, int, int, CSint**, int, void*)
     expectSound(e);
 }
 
-TEST_F(Solutions, AreTheSameWithLearningOrWithout)
+TEST_F(AllDrivers, FindTheSameSolutionsWithLearningOrWithout)
 {
   auto oneMore = [](void*) { return ++learner.limit; };
   SearchNotify* notify = cs_createSearchNotify(nullptr);
