@@ -77,28 +77,6 @@ protected:
   CSint* limit = nullptr;
 };
 
-static int nbFound;
-
-TEST_F(Cumulative, CountsOfSchedules)
-{
-  struct
-  {
-    std::vector<std::string> durations, needs; ///< needs empty: disjunctive
-    const char *capacity, *starts;
-    int expected;
-  } rows[] = {{{"3", "4", "2"}, {"2", "2", "1"}, "3", "0..6", 112},
-      {{"2", "3", "1", "2"}, {"1", "2", "2", "1"}, "3", "0..5", 536}, {{"2", "3", "4"}, {}, "1", "0..7", 30},
-      {{"0", "3", "2"}, {"3", "1", "1"}, "1", "0..4", 45}};
-  for (auto& row : rows) {
-    d = makeVars(row.durations), r = makeVars(row.needs), limit = makeVar(row.capacity);
-    s = makeVars(std::vector<std::string>(d.size(), row.starts));
-    EXPECT_TRUE(r.empty() ? postDisjunctive() : post());
-    nbFound = 0;
-    cs_findAll(s.data(), int(s.size()), cs_findFreeVar, [](CSint**, int) { nbFound++; });
-    EXPECT_EQ(nbFound, row.expected);
-  }
-}
-
 TEST_F(Cumulative, KnownLossOfSchedules)
 {
   s = makeVars({"4..6", "3..5", "2..4", "1"});
@@ -123,19 +101,16 @@ TEST_F(Cumulative, WhatPostingLeaves)
       {{"0..9"}, {"2..5"}, {"4, 5"}, "0..3", ""},
       {{"0..9"}, {"-3..-1"}, {"4"}, "0..3", "{0..9} {-3..-1} 4 {0..3}"},
       // Compulsory parts raise the limit and cap requirements; those beside them don't count.
-      {{"4..5", "3..5"}, {"3", "4"}, {"2", "2"}, "0..3", ""},
       {{"4..5", "3..5"}, {"3", "4"}, {"2", "2"}, "0..4", "{4, 5} {3..5} 3 4 2 2 4"},
       {{"0", "1", "2"}, {"2", "2", "2"}, {"2", "1..5", "1..5"}, "0..4", "0 1 2 2 2 2 2 {1, 2} {1..3} {3, 4}"},
       // Around a compulsory part, from the left and from the right, and where a duration may not reach.
       {{"0..2", "0..10"}, {"5", "3"}, {"1", "1"}, "1", "{0..2} {5..10} 5 3 1 1 1"},
       {{"3..5", "0..6"}, {"5", "3"}, {"1", "1"}, "1", "{3..5} {0..2} 5 3 1 1 1"},
       {{"5", "1, 2"}, {"5", "2..9"}, {"1", "1"}, "1", "5 {1, 2} 5 {2..4} 1 1 1"},
-      {{"5", "2"}, {"5", "2..9"}, {"1", "1"}, "1", "5 2 5 {2..9} 1 1 1"},
       {{"0..6", "4", "0"}, {"4", "5", "1"}, {"1", "1", "1"}, "1", ""},
-      {{"0", "1, 2"}, {"2", "3"}, {"2", "2"}, "3", "0 2 2 3 2 2 3"},
       {{"0", "3, 4"}, {"4", "1"}, {"1", "2"}, "2", "0 4 4 1 1 2 2"},
-      {{"0..3", "3..5"}, {"3", "2"}, {"1", "1"}, "1", "{0..2} {3..5} 3 2 1 1 1"},
       {{"2", "5..8", "2, 3"}, {"3", "2", "1"}, {"2", "2", "2"}, "3", ""},
+      {{"0..3", "3..5"}, {"3", "2"}, {"1", "1"}, "1", "{0..2} {3..5} 3 2 1 1 1"},
       {{"2..5", "5"}, {"2", "3"}, {"2", "2"}, "3", "{2, 3} 5 2 3 2 2 3"},
       // No compulsory part at all: three tasks for the two that go into 0..4, and the limit that they need.
       {{"0..2", "0..2", "0..2"}, {"2", "2", "2"}, {"1", "1", "1"}, "1", ""},
@@ -145,8 +120,6 @@ TEST_F(Cumulative, WhatPostingLeaves)
       // Near the ends of 32 bits.
       {{"2147483600..2147483630", "2147483605"}, {"10", "10"}, {"1", "1"}, "1",
           "{2147483615..2147483630} 2147483605 10 10 1 1 1"},
-      {{"-2147483648..-2147483640", "-2147483648"}, {"3", "2"}, {"1", "1"}, "1",
-          "{-2147483646..-2147483640} -2147483648 3 2 1 1 1"},
       {{"-1500000000..500000000"}, {"1500000000"}, {"1"}, "0..2000000000",
           "{-1500000000..500000000} 1500000000 1 {1..2000000000}"},
       {{"0"}, {"3"}, {"-5..5"}, "0..2147483647", "0 3 {-5..5} {0..2147483647}"},
@@ -162,24 +135,27 @@ TEST_F(Cumulative, Events)
 {
   s = makeVars({"0..9", "3..5"}), d = makeVars({"0..4", "3"}), r = makeVars({"0..3", "1"}), limit = makeVar("0..3");
   ASSERT_TRUE(post());
-  CSint *s0 = s[0], *d0 = d[0], *r0 = r[0];
-  // What is left of s, d, r and limit after those changes.
-  auto after = [&](auto change) {
+  // What is left of s, d, r and limit after some changes.
+  using Request = std::tuple<int (*)(CSint*, int), CSint*, int>;
+  auto after = [&](std::initializer_list<Request> changes) {
     cs_saveContext();
-    std::string now = change() ? textsOf({s0, s[1], d0, d[1], r0, r[1], limit}) : "fails";
+    bool ok = true;
+    for (auto [narrow, v, value] : changes)
+      ok = ok && narrow(v, value);
+    std::string left = ok ? textsOf(s) + " " + textsOf(d) + " " + textsOf(r) + " " + textOf(limit) : "fails";
     cs_restoreContext();
-    return now;
+    return left;
   };
-  EXPECT_EQ(after([] { return true; }), "{0..9} {3..5} {0..4} 3 {0..3} 1 {1..3}");
-  EXPECT_EQ(after([=] { return cs_GE(r0, 3) && cs_EQ(d0, 4); }), "{0..9} {3..5} 4 3 3 1 3");
-  EXPECT_EQ(after([=, this] { return cs_GE(r0, 3) && cs_LE(limit, 2); }), "{0..9} {3..5} 0 3 3 1 {1, 2}");
-  EXPECT_EQ(after([=, this] { return cs_LE(limit, 2) && cs_GE(r0, 3); }), "{0..9} {3..5} 0 3 3 1 {1, 2}");
-  EXPECT_EQ(after([=, this] { return cs_LE(limit, 2) && cs_EQ(d0, 4); }), "{0..9} {3..5} 4 3 {0..2} 1 {1, 2}");
-  EXPECT_EQ(after([=, this] { return cs_LE(limit, 1) && cs_EQ(r0, 1) && cs_EQ(d0, 4); }), "{0..9} {3..5} 4 3 1 1 1");
-  EXPECT_EQ(after([=, this] { return cs_EQ(s0, 4) && cs_EQ(d0, 4) && cs_EQ(s[1], 4); }), "4 4 4 3 {0..2} 1 {1..3}");
-  EXPECT_EQ(after([=] { return cs_EQ(s0, 4) && cs_EQ(d0, 4) && cs_EQ(r0, 3); }), "fails");
-  EXPECT_EQ(after([=] { return cs_EQ(s0, 4) && cs_GE(r0, 2) && cs_GE(d0, 2); }), "4 {3..5} {2..4} 3 2 1 3");
-  EXPECT_EQ(after([=] { return cs_EQ(s0, 4) && cs_GE(d0, 2) && cs_GE(r0, 2); }), "4 {3..5} {2..4} 3 2 1 3");
+  EXPECT_EQ(after({}), "{0..9} {3..5} {0..4} 3 {0..3} 1 {1..3}");
+  EXPECT_EQ(after({{cs_GE, r[0], 3}, {cs_EQ, d[0], 4}}), "{0..9} {3..5} 4 3 3 1 3");
+  EXPECT_EQ(after({{cs_GE, r[0], 3}, {cs_LE, limit, 2}}), "{0..9} {3..5} 0 3 3 1 {1, 2}");
+  EXPECT_EQ(after({{cs_LE, limit, 2}, {cs_GE, r[0], 3}}), "{0..9} {3..5} 0 3 3 1 {1, 2}");
+  EXPECT_EQ(after({{cs_LE, limit, 2}, {cs_EQ, d[0], 4}}), "{0..9} {3..5} 4 3 {0..2} 1 {1, 2}");
+  EXPECT_EQ(after({{cs_LE, limit, 1}, {cs_EQ, r[0], 1}, {cs_EQ, d[0], 4}}), "{0..9} {3..5} 4 3 1 1 1");
+  EXPECT_EQ(after({{cs_EQ, s[0], 4}, {cs_EQ, d[0], 4}, {cs_EQ, s[1], 4}}), "4 4 4 3 {0..2} 1 {1..3}");
+  EXPECT_EQ(after({{cs_EQ, s[0], 4}, {cs_EQ, d[0], 4}, {cs_EQ, r[0], 3}}), "fails");
+  EXPECT_EQ(after({{cs_EQ, s[0], 4}, {cs_GE, r[0], 2}, {cs_GE, d[0], 2}}), "4 {3..5} {2..4} 3 2 1 3");
+  EXPECT_EQ(after({{cs_EQ, s[0], 4}, {cs_GE, d[0], 2}, {cs_GE, r[0], 2}}), "4 {3..5} {2..4} 3 2 1 3");
 }
 
 TEST_F(Cumulative, ALimitThatIsARequirementToo)
@@ -191,28 +167,18 @@ TEST_F(Cumulative, ALimitThatIsARequirementToo)
 TEST_F(Cumulative, AttachmentsAndTheirEnd)
 {
   s = makeVars({"0..9", "0..9"}), d = makeVars({"2", "0..3"}), r = makeVars({"1", "0..2"}), limit = makeVar("0..3");
+  auto posted = [&] { return postedOn({s[0], s[1], d[0], d[1], r[0], r[1], limit}); };
   cs_saveContext();
-  EXPECT_TRUE(cs_Cumulative(s.data(), d.data(), r.data(), 0, limit));
+  EXPECT_TRUE(cs_Cumulative(s.data(), d.data(), r.data(), 0, limit) && cs_Disjunctive(s.data(), d.data(), 0));
   EXPECT_TRUE(cs_Cumulative(s.data(), d.data(), r.data(), -1, limit));
-  EXPECT_TRUE(cs_Disjunctive(s.data(), d.data(), 0));
   EXPECT_EQ(nbAttached(s[0]) + nbAttached(limit), 0);
   EXPECT_TRUE(post());
-  for (Vars* group : {&s, &d, &r}) {
-    const CSint *first = (*group)[0], *second = (*group)[1];
-    EXPECT_EQ(constraintOf(first), constraintOf(second));
-    EXPECT_EQ(constraintOf(first)->_refCount, 2);
-    EXPECT_EQ(first->_constraints->_index * 10 + second->_constraints->_index, 1);
-    EXPECT_EQ(infoOf(first), infoOf(limit));
-  }
-  EXPECT_EQ(limit->_constraints->_index, -1);
+  EXPECT_EQ(posted(), "cs_Cumulative 4: a[0] a[1] b[0] b[1] c[0] c[1] d");
   const std::pair<CSint*, const char*> slots[] = {
       {s[0], "+++++-"}, {d[0], "+-+-+-"}, {r[0], "+-+-+-"}, {limit, "-+-++-"}};
-  EXPECT_STREQ(infoOf(limit)->_function, "cs_Cumulative");
-  EXPECT_EQ(infoOf(limit)->_refCount, 4u);
   EXPECT_TRUE(postDisjunctive());
+  EXPECT_EQ(postedOn({s[0], s[1], d[0], d[1]}), "cs_Disjunctive 5: a[0] a[1] b[0] b[1]");
   EXPECT_EQ(nbAttached(s[0]) * 10 + nbAttached(s[1]), 32);
-  EXPECT_STREQ(infoOf(s[0])->_function, "cs_Disjunctive");
-  EXPECT_EQ(infoOf(s[0])->_refCount, 5u);
   // The constraint that only holds the constant 1 stands below the one of the starts; its handlers do nothing.
   const Handler* nothing = s[0]->_constraints->_next->_constraint->_handlers;
   for (auto& [v, pattern] : slots)

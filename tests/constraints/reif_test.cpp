@@ -6,71 +6,66 @@
 #include "snapshot.h"
 #include "spy.h"
 
+#include <algorithm>
+
 using namespace kit;
 
 using OfTwo = CSint* (*)(CSint*, CSint*);
 using OfValue = CSint* (*)(CSint*, int);
-using Compare = std::function<bool(int, int)>;
 
-static Row pair(const char* name, OfTwo post, const Compare& holds, const Rule& rule)
+struct Entry
 {
-  return {.name = name,
-      .vars = {{.count = {2, 2}, .size = 9}},
-      .post = [=](Trial& t) { return post(t.x[0], t.x[1]); },
-      .holds = [=](auto& v, auto&) { return v[2] == holds(v[0], v[1]); },
-      .results = {{0, 1}},
-      .strength = Strength::domain,
-      .exact = rule};
-}
-
-static Row value(const char* name, OfValue post, const Compare& holds, const Rule& rule)
-{
-  return {.name = name,
-      .vars = {{.size = 9}},
-      .prepare = [](Trial& t) { t.p = t.pick(1, -7, 8); },
-      .post = [=](Trial& t) { return post(t.x[0], t.p[0]); },
-      .holds = [=](auto& v, auto& p) { return v[1] == holds(v[0], p[0]); },
-      .results = {{0, 1}},
-      .strength = Strength::domain,
-      .exact = rule};
-}
+  const char* name; ///< without its "cs_Reif"
+  OfTwo two;        ///< or null
+  OfValue one;
+  std::function<bool(int, int)> holds;
+  Rule yes, no; ///< what is left of the domains under either truth
+};
 
 /// x is at most p[0] + step, or at least that.
-static Rule atMost(int step)
+static Rule most(int step)
 {
-  return [=](const Sets& x, const Values& p) { return naive::atMost(x[0], int64_t(p[0]) + step); };
+  return [=](const Sets& x, const Values& p) { return naive::atMost(x[0], p[0] + step); };
 }
 
-static Rule atLeast(int step)
+static Rule least(int step)
 {
-  return [=](const Sets& x, const Values& p) { return naive::atLeast(x[0], int64_t(p[0]) + step); };
+  return [=](const Sets& x, const Values& p) { return naive::atLeast(x[0], p[0] + step); };
 }
 
 static bool becomes(const Sets& x, const Values& p) { return naive::atMost(x[0], p[0]) && naive::atLeast(x[0], p[0]); }
 static bool loses(const Sets& x, const Values& p) { return naive::remove(x[0], p[0]); }
 
-static const std::less<int> lt;
-static const std::less_equal<int> le;
-static const std::greater<int> gt;
-static const std::greater_equal<int> ge;
-static const std::equal_to<int> eq;
-static const std::not_equal_to<int> neq;
-
-static const std::vector<Row> table = {
-    pair("Lt", cs_ReifLt, lt, naive::reified(naive::lt, naive::swapped(naive::le))),
-    pair("Le", cs_ReifLe, le, naive::reified(naive::le, naive::swapped(naive::lt))),
-    pair("Gt", cs_ReifGt, gt, naive::reified(naive::swapped(naive::lt), naive::le)),
-    pair("Ge", cs_ReifGe, ge, naive::reified(naive::swapped(naive::le), naive::lt)),
-    pair("Eq", cs_ReifEq, eq, naive::reified(naive::eq, naive::neq)),
-    pair("Neq", cs_ReifNeq, neq, naive::reified(naive::neq, naive::eq)),
-    value("LT", cs_ReifLT, lt, naive::reified(atMost(-1), atLeast(0))),
-    value("LE", cs_ReifLE, le, naive::reified(atMost(0), atLeast(1))),
-    value("GT", cs_ReifGT, gt, naive::reified(atLeast(1), atMost(0))),
-    value("GE", cs_ReifGE, ge, naive::reified(atLeast(0), atMost(-1))),
-    value("EQ", cs_ReifEQ, eq, naive::reified(becomes, loses)),
-    value("NEQ", cs_ReifNEQ, neq, naive::reified(loses, becomes)),
+static const std::vector<Entry> entries = {
+    {"Lt", cs_ReifLt, {}, std::less(), naive::lt, naive::swapped(naive::le)},
+    {"Le", cs_ReifLe, {}, std::less_equal(), naive::le, naive::swapped(naive::lt)},
+    {"Gt", cs_ReifGt, {}, std::greater(), naive::swapped(naive::lt), naive::le},
+    {"Ge", cs_ReifGe, {}, std::greater_equal(), naive::swapped(naive::le), naive::lt},
+    {"Eq", cs_ReifEq, {}, std::equal_to(), naive::eq, naive::neq},
+    {"Neq", cs_ReifNeq, {}, std::not_equal_to(), naive::neq, naive::eq},
+    {"LT", {}, cs_ReifLT, std::less(), most(-1), least(0)},
+    {"LE", {}, cs_ReifLE, std::less_equal(), most(0), least(1)},
+    {"GT", {}, cs_ReifGT, std::greater(), least(1), most(0)},
+    {"GE", {}, cs_ReifGE, std::greater_equal(), least(0), most(-1)},
+    {"EQ", {}, cs_ReifEQ, std::equal_to(), becomes, loses},
+    {"NEQ", {}, cs_ReifNEQ, std::not_equal_to(), loses, becomes},
 };
-static const int rows = bruteForce("Reif", table);
+
+static std::vector<Row> table()
+{
+  std::vector<Row> made;
+  for (const Entry& e : entries)
+    made.push_back({.name = e.name,
+        .vars = {{.count = {e.two ? 2 : 1, e.two ? 2 : 1}, .size = 9}},
+        .prepare = [](Trial& t) { t.p = t.pick(1, -7, 8); },
+        .post = [=](Trial& t) { return e.two ? e.two(t.x[0], t.x[1]) : e.one(t.x[0], t.p[0]); },
+        .holds = [=](auto& v, auto& p) { return v.back() == e.holds(v[0], e.two ? v[1] : p[0]); },
+        .results = {{0, 1}},
+        .strength = Strength::domain,
+        .exact = naive::reified(e.yes, e.no)});
+  return made;
+}
+static const int rows = bruteForce("Reif", table());
 
 class ReifCase : public SolverTest
 {
@@ -84,8 +79,6 @@ protected:
     spy.watch(trigger, "trigger").onCall = [&](const Spy::Call&) { return changes(); };
     return cs_EQ(trigger, 1);
   }
-
-  static constexpr const char* whole = "-2147483648..2147483647";
 };
 
 TEST_F(ReifCase, DecidedAtPostingIsAConstantWithNothingAttached)
@@ -111,25 +104,15 @@ TEST_F(ReifCase, DecidedAtPostingIsAConstantWithNothingAttached)
 
 TEST_F(ReifCase, AnOpenOneIsTwoConstraintsUnderOneInfo)
 {
-  struct
-  {
-    const char* name;
-    bool locatorFirst; ///< before the boolean is made
-    OfTwo post;
-    OfValue postValue;
-  } entries[] = {{"cs_ReifLt", true, cs_ReifLt, {}}, {"cs_ReifLe", true, cs_ReifLe, {}},
-      {"cs_ReifGt", true, cs_ReifGt, {}}, {"cs_ReifGe", true, cs_ReifGe, {}}, {"cs_ReifEq", false, cs_ReifEq, {}},
-      {"cs_ReifNeq", false, cs_ReifNeq, {}}, {"cs_ReifLT", true, {}, cs_ReifLT}, {"cs_ReifLE", true, {}, cs_ReifLE},
-      {"cs_ReifGT", true, {}, cs_ReifGT}, {"cs_ReifGE", true, {}, cs_ReifGE}, {"cs_ReifEQ", false, {}, cs_ReifEQ},
-      {"cs_ReifNEQ", false, {}, cs_ReifNEQ}};
   LocatorSpy locator;
   CSint *x = makeVar("{0..9}"), *y = makeVar("{3, 11}");
-  for (auto& [name, locatorFirst, post, postValue] : entries) {
-    SCOPED_TRACE(name);
+  for (const Entry& e : entries) {
+    SCOPED_TRACE(e.name);
     cs_saveContext();
-    CSint* b = post ? post(x, y) : postValue(x, 3);
-    EXPECT_EQ(locator.made < b, locatorFirst);
-    EXPECT_EQ(postedOn({b, x, y}), std::string(name) + (post ? " 2: a b b" : " 2: a b none"));
+    CSint* b = e.two ? e.two(x, y) : e.one(x, 3);
+    EXPECT_EQ(locator.made < b, std::string(e.name).find_first_of("qQ") == std::string::npos)
+        << "a comparison asks before the boolean is made";
+    EXPECT_EQ(postedOn({b, x, y}), std::string("cs_Reif") + e.name + (e.two ? " 2: a b b" : " 2: a b none"));
     EXPECT_EQ(nbAttached(b) * 10 + nbAttached(x), 11);
     cs_restoreContext();
     EXPECT_EQ(nbAttached(b) + nbAttached(x) + nbAttached(y), 0);
@@ -141,21 +124,15 @@ TEST_F(ReifCase, AnOpenOneIsTwoConstraintsUnderOneInfo)
 // left that has the truth. Whether the spy behind it comes to see the change of x tells its answer.
 TEST_F(ReifCase, AWatcherChecksAheadOfTheEnforcer)
 {
-  struct
-  {
-    OfValue post;
-    Compare holds;
-  } entries[] = {
-      {cs_ReifLT, lt}, {cs_ReifLE, le}, {cs_ReifGT, gt}, {cs_ReifGE, ge}, {cs_ReifEQ, eq}, {cs_ReifNEQ, neq}};
-  for (size_t entry = 0; entry < std::size(entries); entry++)
+  for (size_t entry = 6; entry < 12; entry++)
     for (int truth : {0, 1})
       for (auto change : {rcsSetMin, rcsSetMax, rcsSetValue, rcsRemoveValue})
         for (int value : {4, 5, 6}) {
-          SCOPED_TRACE(testing::Message() << "entry " << entry << ", " << truth << ", " << value);
+          SCOPED_TRACE(testing::Message() << entries[entry].name << ", " << truth << ", " << value);
           CSint* x = makeVar("{0..9}");
           Spy after;
           after.watch(x, "x");
-          CSint* b = entries[entry].post(x, 5);
+          CSint* b = entries[entry].one(x, 5);
           int ok = inOneFlush([&] { return change(x, value) && rcsSetValue(b, truth); });
           int left = 0;
           for (int each : valuesOf(x))
@@ -181,27 +158,6 @@ TEST_F(ReifCase, EnforcingLowersTheLesserBeforeItRaisesTheGreater)
   EXPECT_EQ(spy.take(cs_EQ(c, 0)), "1 y NewMax 9->8, x NewMin 0->1");
 }
 
-TEST_F(ReifCase, ABoundIsPassedOnAsTheEventTellsIt)
-{
-  CSint *x = makeVar("{0..9}"), *y = makeVar("{0..9}");
-  Spy after, before;
-  after.watch(x, "x").watch(y, "y"); // older, so called after the comparison
-  cs_EQ(cs_ReifLt(x, y), 1);
-  before.watch(x, "x").watch(y, "y");
-  std::string seen;
-  after.onCall = [&](const Spy::Call&) { return seen += textsOf({x, y}) + "; ", 1; };
-  before.onCall = [&](const Spy::Call& call) {
-    return call.variable == x && call.now == 3   ? rcsSetMin(x, 5)
-           : call.variable == y && call.now == 8 ? rcsSetMax(y, 7)
-                                                 : 1;
-  };
-  EXPECT_TRUE(cs_GE(x, 3));
-  EXPECT_EQ(seen, "{5..8} {4..9}; {5..8} {6..9}; {5..8} {6..9}; ");
-  seen.clear();
-  EXPECT_TRUE(cs_LE(y, 8));
-  EXPECT_EQ(seen, "{5..7} {6, 7}; {5, 6} {6, 7}; {5, 6} {6, 7}; ");
-}
-
 TEST_F(ReifCase, AtTheEdgesOf32BitsTheStepWrapsAndTheEnforcerFails)
 {
   // The boolean is fixed behind the bound's event: the watcher passes the bound on before the enforcer has looked.
@@ -212,18 +168,17 @@ TEST_F(ReifCase, AtTheEdgesOf32BitsTheStepWrapsAndTheEnforcerFails)
     Spy after;
     after.watch(x[0], "x").watch(y[1], "y");
     CSint *b = post(x[0], x[1]), *c = post(y[0], y[1]);
-    EXPECT_FALSE(inOneFlush([=] { return rcsSetMin(x[0], INT32_MAX) && rcsSetValue(b, isLt); }));
-    EXPECT_EQ(after.take(0), "0 x NewMinEq 2147483640->2147483647");
-    EXPECT_EQ(textOf(x[1]), "{2147483640..2147483647}");
-    EXPECT_FALSE(inOneFlush([=] { return rcsSetMax(y[1], INT32_MIN) && rcsSetValue(c, isLt); }));
-    EXPECT_EQ(after.take(0), "0 y NewMaxEq -2147483640->-2147483648");
-    EXPECT_EQ(textOf(y[0]), "{-2147483648..-2147483640}");
+    EXPECT_EQ(after.take(inOneFlush([=] { return rcsSetMin(x[0], INT32_MAX) && rcsSetValue(b, isLt); })),
+        "0 x NewMinEq 2147483640->2147483647");
+    EXPECT_EQ(after.take(inOneFlush([=] { return rcsSetMax(y[1], INT32_MIN) && rcsSetValue(c, isLt); })),
+        "0 y NewMaxEq -2147483640->-2147483648");
+    EXPECT_EQ(textsOf({x[1], y[0]}), "{2147483640..2147483647} {-2147483648..-2147483640}");
     // With both at the far ends no step of either side would fail: the enforcer looks first.
     CSint *highest = makeVar("{0..2147483647}"), *lowest = makeVar("{-2147483648..9}"), *d = post(highest, lowest);
     EXPECT_FALSE(inOneFlush(
         [=] { return rcsSetMin(highest, INT32_MAX) && rcsSetMax(lowest, INT32_MIN) && rcsSetValue(d, isLt); }));
   }
-  Vars wide = makeVars({whole, whole, whole, whole});
+  Vars wide = makeVars(std::vector<std::string>(4, "-2147483648..2147483647"));
   EXPECT_TRUE(cs_EQ(cs_ReifLt(wide[0], wide[1]), 1) && cs_EQ(cs_ReifLT(wide[2], INT32_MAX), 0));
   EXPECT_TRUE(cs_EQ(cs_ReifGT(wide[3], INT32_MIN), 0));
   EXPECT_EQ(textsOf(wide), "{-2147483648..2147483646} {-2147483647..2147483647} 2147483647 -2147483648");
@@ -237,17 +192,6 @@ TEST_F(ReifCase, WhatIsInstantiatedInsideIsDecidedByPresentBounds)
   spy.watch(b, "b").watch(c, "c");
   EXPECT_TRUE(inOneFlush([=] { return rcsSetValue(x, 4) && rcsSetMin(y, 5); }));
   EXPECT_EQ(spy.log(), "c NewMinEq 0->1, b NewMinEq 0->1");
-  // The boolean is decided first, and the Eq handler enforces before the enforcer's own turn.
-  for (int equality : {-1, 0, 1}) { // or none, but v > w
-    CSint *v = makeVar("{0..9}"), *w = makeVar("{0..4, 6..9}");
-    Spy after;
-    after.watch(v, "v");
-    CSint* d = equality < 0 ? cs_ReifLe(v, w) : cs_ReifEq(v, w);
-    std::string seen;
-    after.onCall = [&](const Spy::Call&) { return seen += textsOf({v, w}), 1; };
-    EXPECT_TRUE(inOneFlush([=] { return rcsSetValue(v, 4) && rcsSetValue(d, equality > 0); }));
-    EXPECT_EQ(seen, equality < 0 ? "4 {0..3}" : equality ? "4 4" : "4 {0..3, 6..9}");
-  }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -256,23 +200,17 @@ TEST_F(ReifCase, WhatIsInstantiatedInsideIsDecidedByPresentBounds)
 
 TEST_F(ReifCase, MinimaAndMaximaAreEvenedOutInDifferentOrders)
 {
-  // On the minima x comes to rest first and y behind that; on the maxima y stays where it is and x comes to rest.
-  CSint *x = makeVar("{0, 5, 7..9}"), *y = makeVar("{3, 4, 7..9}"), *b = cs_ReifEq(x, y);
-  Spy low, high, last;
-  low.watch(x, "x").watch(y, "y");
-  EXPECT_EQ(low.take(cs_EQ(b, 1)), "1 y NewMin 3->7, x NewMin 0->7");
-  CSint *v = makeVar("{0..2, 8, 9}"), *w = makeVar("{0..2, 5, 6}");
-  high.watch(v, "v").watch(w, "w");
-  CSint* c = cs_ReifNeq(v, w);
-  std::string seen;
-  high.onCall = [&](const Spy::Call&) { return seen += textsOf({v, w}) + "; ", 1; };
-  EXPECT_TRUE(inOneFlush([=] { return rcsRemoveValue(v, 8) && rcsSetValue(c, 0); }));
-  EXPECT_EQ(high.log(), "v Neq 8, v NewMax 9->2, w NewMax 6->2");
-  EXPECT_EQ(seen, "{0..2} {0..2, 5, 6}; {0..2} {0..2}; {0..2} {0..2}; ");
-  // The bound at which x comes to rest is itself a difference, and the first value of a word.
-  CSint *p = makeVar("{0..2, 64, 70}"), *q = makeVar("{0..2, 65, 66}"), *d = cs_ReifEq(p, q);
-  last.watch(p, "p").watch(q, "q");
-  EXPECT_EQ(last.take(cs_EQ(d, 1)), "1 p NewMax 70->2, q NewMax 66->2");
+  // On the minima x comes to rest first and y behind that; on the maxima y stays where it is and x comes to rest. In
+  // the last row the bound at which x comes to rest is itself a difference, and the first value of a word.
+  const char* cases[][3] = {{"{0, 5, 7..9}", "{3, 4, 7..9}", "1 y NewMin 3->7, x NewMin 0->7"},
+      {"{0..2, 8, 9}", "{0..2, 5, 6}", "1 x NewMax 9->2, y NewMax 6->2"},
+      {"{0..2, 64, 70}", "{0..2, 65, 66}", "1 x NewMax 70->2, y NewMax 66->2"}};
+  for (auto& [first, second, told] : cases) {
+    CSint *x = makeVar(first), *y = makeVar(second), *b = cs_ReifEq(x, y);
+    Spy spy;
+    spy.watch(x, "x").watch(y, "y");
+    EXPECT_EQ(spy.take(cs_EQ(b, 1)), told);
+  }
 }
 
 TEST_F(ReifCase, WalksOverManyWords)
@@ -287,12 +225,9 @@ TEST_F(ReifCase, WalksOverManyWords)
     for (int value = low; value <= high; value++) {
       bool isEnd = value == low || value == high;
       bool inX = isEnd || random.chance(density), inY = isEnd || inX != random.chance(different);
-      if (inX)
-        in[0].push_back(value);
-      if (inY)
-        in[1].push_back(value);
-      if (inX && inY)
-        common.push_back(value);
+      for (auto& [held, to] : {std::pair(inX, in), {inY, in + 1}, {inX && inY, &common}})
+        if (held)
+          to->push_back(value);
     }
     CSint *x = makeVar(in[0], unsigned(random.pick(0, 4))), *y = makeVar(in[1], unsigned(random.pick(0, 4)));
     CSint* b = cs_ReifEq(x, y);
@@ -300,38 +235,31 @@ TEST_F(ReifCase, WalksOverManyWords)
     spy.watch(x, "").watch(y, "");
     cs_saveContext();
     ASSERT_TRUE(cs_EQ(b, 1));
-    EXPECT_EQ(valuesOf(x), common);
-    EXPECT_EQ(valuesOf(y), common);
+    EXPECT_TRUE(valuesOf(x) == common && valuesOf(y) == common);
     EXPECT_EQ(spy.calls.size(), in[0].size() + in[1].size() - 2 * common.size());
-    EXPECT_TRUE(std::is_sorted(
-        spy.calls.begin(), spy.calls.end(), [](const Spy::Call& p, const Spy::Call& q) { return p.old < q.old; }));
+    EXPECT_TRUE(std::ranges::is_sorted(spy.calls, {}, &Spy::Call::old));
     cs_restoreContext();
     // Open until the last common value goes.
-    for (size_t i = 0; i < common.size(); i++) {
-      ASSERT_EQ(textOf(b), "{0, 1}");
-      ASSERT_TRUE(cs_NEQ(i % 2 ? x : y, common[i]));
-    }
+    for (size_t i = 0; i < common.size(); i++)
+      ASSERT_TRUE(textOf(b) == "{0, 1}" && cs_NEQ(i % 2 ? x : y, common[i]));
     EXPECT_EQ(textOf(b), "0");
   }
 }
 
 TEST_F(ReifCase, ScansEndAtTheEdgesOf32Bits)
 {
-  CSint* x = makeVar("{2147483500..2147483509, 2147483646, 2147483647}");
-  CSint *y = makeVar("{2147483509..2147483520, 2147483645, 2147483647}"), *b = cs_ReifEq(x, y);
+  Vars v = makeVars({"{2147483500..2147483509, 2147483647}", "{2147483509..2147483520, 2147483645, 2147483647}",
+      "{-2147483648, -2147483640}", "{-2147483648..-2147483500}", "-2147483648..2147483647",
+      "-2147483648..2147483647"});
+  CSint *b = cs_ReifEq(v[0], v[1]), *c = cs_ReifEq(v[2], v[3]), *d = cs_ReifEq(v[4], v[5]);
   cs_saveContext();
-  EXPECT_TRUE(cs_EQ(b, 1));
-  EXPECT_EQ(textsOf({x, y}), "{2147483509, 2147483647} {2147483509, 2147483647}");
+  EXPECT_TRUE(cs_EQ(b, 1) && cs_EQ(c, 1));
+  EXPECT_EQ(
+      textsOf({v[0], v[1], v[3]}), "{2147483509, 2147483647} {2147483509, 2147483647} {-2147483648, -2147483640}");
   cs_restoreContext();
-  EXPECT_TRUE(cs_NEQ(x, 2147483509));
-  EXPECT_EQ(textOf(b), "{0, 1}");
-  EXPECT_TRUE(cs_NEQ(y, 2147483647));
+  EXPECT_TRUE(cs_NEQ(v[0], 2147483509) && cs_isFree(b) && cs_NEQ(v[1], 2147483647));
   EXPECT_EQ(textOf(b), "0");
-  CSint *v = makeVar("{-2147483648, -2147483640}"), *w = makeVar("{-2147483648..-2147483500}");
-  EXPECT_TRUE(cs_EQ(cs_ReifEq(v, w), 1));
-  EXPECT_EQ(textOf(w), "{-2147483648, -2147483640}");
   // Their counts wrap to 0, which is no hole.
-  CSint *wide = makeVar(whole), *other = makeVar(whole);
-  EXPECT_TRUE(cs_EQ(cs_ReifEq(wide, other), 1) && cs_GE(wide, 2147483647));
-  EXPECT_EQ(textOf(other), "2147483647");
+  EXPECT_TRUE(cs_EQ(d, 1) && cs_GE(v[4], 2147483647));
+  EXPECT_EQ(textOf(v[5]), "2147483647");
 }

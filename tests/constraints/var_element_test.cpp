@@ -63,8 +63,7 @@ TEST_F(VarElement, Posting)
     EXPECT_EQ(textOf(outside), "{-2..9}");
     EXPECT_EQ(post(outside, x.data(), -4), nullptr);
     EXPECT_EQ(textOf(outside), "{0..9}");
-    EXPECT_EQ(post(makeVar("{5..9}"), x.data(), 5), nullptr);
-    EXPECT_EQ(post(makeVar("-1"), x.data(), 5), nullptr);
+    EXPECT_TRUE(!post(makeVar("{5..9}"), x.data(), 5) && !post(makeVar("-1"), x.data(), 5));
     EXPECT_EQ(nbAttached(outside), 0);
   }
 }
@@ -73,14 +72,13 @@ TEST_F(VarElement, HolesCountWhereSomethingIsInstantiated)
 {
   Vars x = makeVars({"{0..9}", "{3..6}", "{5, 8}"});
   CSint *i = makeVar("{0..2}"), *z = cs_VarElementRange(i, x.data(), 3);
-  EXPECT_TRUE(cs_NEQ(z, 6) && cs_NEQ(x[1], 5) && cs_LE(z, 7));
-  EXPECT_EQ(textsOf({i, x[1]}), "{0..2} {3, 4, 6}");
-  cs_saveContext();
-  EXPECT_TRUE(cs_EQ(z, 5));
-  EXPECT_EQ(textOf(i), "{0, 2}");
-  cs_restoreContext();
-  EXPECT_TRUE(cs_EQ(x[1], 6));
-  EXPECT_EQ(textOf(i), "{0, 2}");
+  EXPECT_TRUE(cs_NEQ(z, 6) && cs_NEQ(x[1], 5) && cs_LE(z, 7) && i->_nbElements == 3);
+  for (CSint* fixed : {z, x[1]}) {
+    cs_saveContext();
+    EXPECT_TRUE(cs_EQ(fixed, fixed == z ? 5 : 6));
+    EXPECT_EQ(textOf(i), "{0, 2}");
+    cs_restoreContext();
+  }
 }
 
 TEST_F(VarElement, OnlyOneBoundPassesInAnEvent)
@@ -92,8 +90,7 @@ TEST_F(VarElement, OnlyOneBoundPassesInAnEvent)
     onStart.watch(start, "start").onCall = [&](auto&) { return rcsSetMin(z, 3) && rcsSetMax(z, 6); };
     onResult.watch(z, "z").onCall = [&](auto&) { return seen += textOf(x), 1; };
     EXPECT_TRUE(cs_EQ(start, 1));
-    EXPECT_EQ(seen, "{0..9}{3..9}");
-    EXPECT_EQ(textOf(x), "{3..6}");
+    EXPECT_EQ(seen + textOf(x), "{0..9}{3..9}{3..6}");
   }
 }
 
@@ -110,14 +107,6 @@ TEST_F(VarElement, AVariableThatLosesItsPositionStillTakesItsValuesFromTheResult
     EXPECT_EQ(spy.take(side > 0 ? cs_GE(x[0], 6) : cs_LE(x[0], -6)), "1 i NewMinEq 0->1");
     EXPECT_EQ(seen, side > 0 ? "{2, 3}" : "{-3, -2}");
   }
-}
-
-TEST_F(VarElement, ASupportInsideTheBoundsIsRenewed)
-{
-  Vars x = makeVars({"{0..9}", "{4..9}"});
-  CSint *i = makeVar("{0, 1}"), *z = cs_VarElement(i, x.data(), 2);
-  EXPECT_TRUE(cs_GE(z, 4) && cs_NEQ(x[0], 4) && cs_EQ(z, 4));
-  EXPECT_EQ(textOf(i), "1");
 }
 
 TEST_F(VarElement, ARunOfValuesGoesInOneStep)
@@ -158,49 +147,30 @@ TEST_F(VarElement, AtTheEndsOfTheRange)
 TEST_F(VarElement, AfterAnAcceptedContext)
 {
   for (Post post : both)
-    for (int touched = 0; touched < 4; touched++)
-      for (int way = 0; way < 12; way++) {
-        Vars x = makeVars({"{-9..20}", "{-9..20}", "{-9..20}"});
-        CSint *i = makeVar("{-5..9}"), *all[] = {i, x[0], x[1], x[2]};
-        int label = cs_saveContext();
-        // An older attachment, whose undoing takes one of the element's.
-        cs_Lt(all[touched], makeVar("{30..40}"));
-        EXPECT_TRUE(cs_InInterval(i, 1, 2) && cs_InInterval(x[1], 2, 5) && cs_InInterval(x[2], 4, 8));
-        cs_saveContext();
-        CSint* z = post(i, x.data(), 3);
-        ASSERT_NE(z, nullptr);
-        cs_acceptContext();
-        cs_restoreContextUntil(label);
-        cs_saveContext();
-        CSint* moved = all[way % 4];
-        (void)(cs_NEQ(x[1], 15), cs_NEQ(x[1], -4));
-        // Failures, too, and what comes after them without a restore.
-        (void)(way < 4 ? cs_GE(moved, 6) : way < 8 ? cs_LE(moved, 0) : cs_NEQ(moved, 3));
-        (void)(cs_NEQ(z, 4), cs_GE(z, 5), cs_NEQ(x[2], 5), cs_LE(x[2], 6), cs_EQ(x[1], 12), cs_LE(i, 7));
-        (void)(cs_NEQ(i, 5), cs_EQ(i, way < 6 ? 8 : -4), cs_EQ(z, 8));
-        cs_restoreContext();
-      }
-}
-
-TEST_F(VarElement, AfterFailuresWithoutARestore)
-{
-  for (Post post : both)
     for (uint64_t way = 0; way < 64; way++) {
-      Random random(seedOf("failures", way));
-      Vars x = makeVars({"{-2..12}", "{0, 4, 6}", "{3..9}", "{-6..-3}"});
-      CSint *i = makeVar("{1..3}"), *z = post(i, x.data(), 4);
-      Vars all = {i, z, x[1], x[2], x[3]};
-      Spy failing;
-      failing.failAt = random.pick(1, 6);
-      for (CSint* each : all)
-        failing.watch(each, "");
+      Random random(seedOf("accepted", way));
+      Vars all = makeVars({"{-5..9}", "{-9..20}", "{-9..20}", "{-9..20}"});
+      int label = cs_saveContext();
+      // An older attachment, whose undoing takes one of the element's.
+      cs_Lt(all[way % 4], makeVar("{30..40}"));
+      EXPECT_TRUE(cs_InInterval(all[0], 1, 2) && cs_InInterval(all[2], 2, 5) && cs_InInterval(all[3], 4, 8));
       cs_saveContext();
+      CSint* z = post(all[0], all.data() + 1, 3);
+      ASSERT_NE(z, nullptr);
+      cs_acceptContext();
+      cs_restoreContextUntil(label);
+      cs_saveContext();
+      // Failures, too, and what comes after them without a restore; some come in the middle of a flush.
+      Vars narrowed = {all[0], all[1], all[2], all[3], z};
+      Spy failing;
+      failing.failAt = random.pick(1, 12);
+      for (CSint* each : narrowed)
+        failing.watch(each, "");
       for (int step = 0; step < 20; step++) {
-        CSint* each = random.oneOf(all);
-        int value = random.pick(-8, 14);
-        (void)(step % 3 == 0 ? cs_NEQ(each, value) : step % 3 == 1 ? cs_GE(each, value) : cs_LE(each, value));
+        static constexpr int (*narrow[])(CSint*, int) = {cs_NEQ, cs_GE, cs_LE, cs_EQ};
+        random.oneOf(narrow)(random.oneOf(narrowed), random.pick(-8, 14));
       }
       cs_restoreContext();
-      EXPECT_EQ(textsOf({i, x[1]}), "{1..3} {0, 4, 6}");
+      EXPECT_EQ(textsOf({all[0], all[2]}), "{-5..9} {-9..20}");
     }
 }

@@ -21,52 +21,45 @@ TEST_F(Context, VersionAndRestart)
   EXPECT_EQ(contextDepth(), 0);
 }
 
-struct Heard
-{
-  CSint* variable = nullptr;
-  int code = 0;
-  int calls = 0;
-};
+static std::string heard;
 
-static void hear(CSint* variable, void* extra)
+/// Notes the handler's name, the variable and the code.
+static void hear(CSint* variable, void* name)
 {
-  auto* heard = static_cast<Heard*>(extra);
-  *heard = {variable, cs_getErr(), heard->calls + 1};
+  heard += static_cast<const char*>(name) + (variable ? " " + textOf(variable) : "");
+  heard += " " + std::to_string(cs_getErr()) + "; ";
 }
+
+static void setHandler(int code, const char* name) { cs_setErrHandler(code, hear, const_cast<char*>(name)); }
 
 TEST_F(Context, HandlersAreCalledWithTheCodeSet)
 {
-  Heard value, overflow, memory;
-  cs_setErrHandler(CS_ERR_GETVALUE, hear, &value);
-  cs_setErrHandler(CS_ERR_OVERFLOW, hear, &overflow);
-  cs_setErrHandler(CS_ERR_NO_MEMORY, hear, &memory);
+  heard.clear();
+  setHandler(CS_ERR_GETVALUE, "value");
+  setHandler(CS_ERR_OVERFLOW, "overflow");
+  setHandler(CS_ERR_NO_MEMORY, "memory");
   cs_setErrHandler(0, nullptr, nullptr);
   cs_setErrHandler(-4, nullptr, nullptr);
-
   CSint* x = cs_createCSint(3, 5);
   EXPECT_EQ(cs_getValue(x), 3);
-  EXPECT_EQ(value.variable, x);
-  EXPECT_EQ(value.code, CS_ERR_GETVALUE);
   rcsHandleOverflowError();
-  EXPECT_EQ(overflow.variable, nullptr);
-  EXPECT_EQ(overflow.code, CS_ERR_OVERFLOW);
   rcsHandleNoMemoryError();
-  EXPECT_EQ(memory.code, CS_ERR_NO_MEMORY);
-  EXPECT_EQ(value.calls + overflow.calls + memory.calls, 3);
-
+  std::string expected;
+  for (auto [name, code] :
+      {std::pair("value {3..5} ", CS_ERR_GETVALUE), {"overflow ", CS_ERR_OVERFLOW}, {"memory ", CS_ERR_NO_MEMORY}})
+    expected += name + std::to_string(code) + "; ";
+  EXPECT_EQ(heard, expected);
   // Success doesn't clear the code, and neither does the failure of a constraint set one.
   cs_setErr(17);
-  EXPECT_TRUE(cs_LE(x, 4));
-  EXPECT_FALSE(cs_EQ(x, 6));
+  EXPECT_TRUE(cs_LE(x, 4) && !cs_EQ(x, 6));
   EXPECT_EQ(cs_getErr(), 17);
   cs_initErr();
   EXPECT_EQ(cs_getErr(), 0);
-
   // A second start puts the defaults back.
   cs_init();
   rcsHandleOverflowError();
   EXPECT_EQ(cs_getErr(), CS_ERR_OVERFLOW);
-  EXPECT_EQ(overflow.calls, 1);
+  EXPECT_EQ(heard, expected);
   cs_init();
   EXPECT_EQ(cs_getErr(), 0);
 }
@@ -78,9 +71,8 @@ TEST_F(Context, DefaultHandlersWriteTheVariableOrAbort)
   EXPECT_EQ(cs_getValue(x), 3);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nrcsInt not instantiated {3..5}");
   expectedErr = CS_ERR_GETVALUE;
-  Heard memory;
-  cs_setErrHandler(CS_ERR_NO_MEMORY, hear, &memory);
-  cs_setErrHandler(CS_ERR_NO_MEMORY, nullptr, &memory);
+  setHandler(CS_ERR_NO_MEMORY, "memory");
+  cs_setErrHandler(CS_ERR_NO_MEMORY, nullptr, nullptr);
   EXPECT_DEATH(rcsHandleNoMemoryError(), "");
 }
 
@@ -91,37 +83,29 @@ TEST_F(Context, ContextHeapCrossesBlocksBothWays)
   EXPECT_EQ(_rcsContextHeapSize(), 2048);
   cs_restoreContext();
   cs_restoreContext();
-  EXPECT_EQ(cs_saveContext(), 1024);
-  EXPECT_EQ(cs_saveContext(), 1025);
-  EXPECT_EQ(_rcsContextHeapSize(), 2048);
+  EXPECT_TRUE(cs_saveContext() == 1024 && cs_saveContext() == 1025 && _rcsContextHeapSize() == 2048);
   cs_restoreAll();
-}
-
-static TrailEvent* nextEvent()
-{
-  TrailEvent* e = _rcsGetEventHeap();
-  e->_kind = 8;
-  return e;
 }
 
 TEST_F(Context, EventHeapReusesItsBlocks)
 {
-  TrailEvent *first = nextEvent(), *last = first;
+  auto next = [] {
+    TrailEvent* e = _rcsGetEventHeap();
+    e->_kind = 8;
+    return e;
+  };
+  TrailEvent *first = next(), *last = first;
   for (int i = 1; i < 1024; i++)
-    last = nextEvent();
-  EXPECT_EQ(last, first + 1023);
-  EXPECT_EQ(_rcsEventHeapSize(), 1024);
-  TrailEvent* beyond = nextEvent();
-  EXPECT_EQ(_rcsEventHeapSize(), 2048);
+    last = next();
+  EXPECT_TRUE(last == first + 1023 && _rcsEventHeapSize() == 1024);
+  TrailEvent* beyond = next();
   // The pop across the border comes back to the last record of the first block, and the way up finds the old block.
-  EXPECT_EQ(_rcsPopEvent(), beyond);
-  EXPECT_EQ(_rcsPopEvent(), last);
-  EXPECT_EQ(nextEvent(), last);
-  EXPECT_EQ(nextEvent(), beyond);
+  EXPECT_TRUE(_rcsPopEvent() == beyond && _rcsPopEvent() == last);
+  EXPECT_TRUE(next() == last && next() == beyond);
   EXPECT_EQ(_rcsEventHeapSize(), 2048);
   for (int i = 0; i < 1025; i++)
     _rcsPopEvent();
-  EXPECT_EQ(nextEvent(), first);
+  EXPECT_EQ(next(), first);
 }
 
 // Records taken by hand: a context pops with the place on the trail that it was given.

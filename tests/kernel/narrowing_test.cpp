@@ -28,18 +28,14 @@ TEST_F(Narrowing, AnswerDomainAndEvents)
     const char* outcome;
   } rows[] = {
       {rcsSetMin, "{0..9}", 10, "0 {0..9} | "},
-      {rcsSetMin, "{0..9}", 0, "1 {0..9} | "},
       {rcsSetMin, "{0..9}", 4, "1 {4..9} | v NewMin 0->4"},
       {rcsSetMin, "{0..9}", 9, "1 9 | v NewMinEq 0->9"},
       {rcsSetMin, "{0, 1, 5, 9}", 2, "1 {5, 9} | v NewMin 0->5"},
-      {raise, "{0..9}", 4, "1 {4..9} | v NewMin 0->4"},
       {raise, "{0, 1, 5, 9}", 6, "1 9 | v NewMinEq 0->9"},
       {rcsSetMax, "{0..9}", -1, "0 {0..9} | "},
-      {rcsSetMax, "{0..9}", 9, "1 {0..9} | "},
       {rcsSetMax, "{0..9}", 4, "1 {0..4} | v NewMax 9->4"},
       {rcsSetMax, "{0..9}", 0, "1 0 | v NewMaxEq 9->0"},
       {rcsSetMax, "{0, 4, 8, 9}", 7, "1 {0, 4} | v NewMax 9->4"},
-      {lower, "{0..9}", 4, "1 {0..4} | v NewMax 9->4"},
       {lower, "{0, 4, 8, 9}", 3, "1 0 | v NewMaxEq 9->0"},
       // Into another word of the set, out of one that has nothing left, and over a whole one.
       {rcsSetMin, "{0, 60, 70, 130, 199}", 65, "1 {70, 130, 199} | v NewMin 0->70"},
@@ -55,18 +51,13 @@ TEST_F(Narrowing, AnswerDomainAndEvents)
       {rcsSetValue, "{0..9}", 0, "1 0 | v NewMaxEq 9->0"},
       {rcsSetValue, "{0..9}", 4, "1 4 | v Eq 0..9->4"},
       {rcsSetValue, "{0, 4, 9}", 5, "0 {0, 4, 9} | "},
-      {rcsSetValue, "7", 7, "1 7 | "},
-      {rcsSetValue, "7", 6, "0 7 | "},
-      {rcsRemoveValue, "{0..9}", 10, "1 {0..9} | "},
       {rcsRemoveValue, "{0..9}", 4, "1 {0..3, 5..9} | v Neq 4"},
       {rcsRemoveValue, "{0..9}", 0, "1 {1..9} | v NewMin 0->1"},
       {rcsRemoveValue, "{0..9}", 9, "1 {0..8} | v NewMax 9->8"},
       {rcsRemoveValue, "{0, 9}", 9, "1 0 | v NewMaxEq 9->0"},
       {rcsRemoveValue, "{0, 9}", 0, "1 9 | v NewMinEq 0->9"},
       {rcsRemoveValue, "{0, 5, 9}", 0, "1 {5, 9} | v NewMin 0->5"},
-      {rcsRemoveValue, "{0, 5, 9}", 3, "1 {0, 5, 9} | "},
       {rcsRemoveValue, "7", 7, "0 7 | "},
-      {rcsRemoveValue, "7", 6, "1 7 | "},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << "row " << &row - rows);
@@ -107,16 +98,11 @@ TEST_F(Narrowing, AnEventSentByHand)
 
 TEST_F(Narrowing, WritesOneRecordForEachChangeAndNoneWithout)
 {
-  CSint* v = cs_createCSint(0, 9);
-  rcsSetMin(v, 0);
-  rcsSetMax(v, -1);
-  rcsSetValue(v, 12);
-  rcsRemoveValue(v, 12);
-  rcsSetMin(v, 2);      // 1
-  rcsRemoveValue(v, 5); // 2
-  rcsRemoveValue(v, 5);
-  rcsSetValue(v, 4); // 3 and 4
-  rcsSetValue(v, 4);
+  CSint *v = cs_createCSint(0, 9), *seven = CSINT(7);
+  EXPECT_TRUE(rcsSetMin(v, 0) && rcsSetMax(v, 9) && rcsRemoveValue(v, 12) && rcsSetValue(seven, 7));
+  EXPECT_FALSE(rcsSetMax(v, -1) || rcsSetValue(v, 12) || rcsSetValue(seven, 6));
+  EXPECT_TRUE(rcsSetMin(v, 2) && rcsRemoveValue(v, 5) && rcsRemoveValue(v, 5) && rcsRemoveValue(seven, 6));
+  EXPECT_TRUE(rcsSetValue(v, 4) && rcsSetValue(v, 4)); // one for each bound
   int nbRecords = 0;
   while (_rcsPopEvent())
     nbRecords++;
@@ -134,8 +120,7 @@ TEST_F(Narrowing, TheFirstInnerRemovalMakesTheSetAndARestoreKeepsIt)
   Domain* set = v->_domain;
   ASSERT_NE(set, nullptr);
   // Over the range at creation, so that it serves whatever a restore brings back.
-  EXPECT_EQ(set->_low, 0);
-  EXPECT_EQ(set->_high, 9);
+  EXPECT_TRUE(set->_low == 0 && set->_high == 9);
   cs_restoreContext();
   EXPECT_EQ(v->_domain, set);
   EXPECT_EQ(textOf(v), "{3..9}");
@@ -143,10 +128,9 @@ TEST_F(Narrowing, TheFirstInnerRemovalMakesTheSetAndARestoreKeepsIt)
 
 TEST_F(Narrowing, AWideRangeWrapsItsCountOnly)
 {
-  CSint* v = cs_createCSint(INT32_MIN, INT32_MAX);
+  CSint *v = cs_createCSint(INT32_MIN, INT32_MAX), *w = cs_createCSint(INT32_MIN, INT32_MAX);
   EXPECT_TRUE(rcsSetMin(v, -5) && rcsSetMax(v, 5));
   EXPECT_EQ(v->_nbElements, 11);
-  CSint* w = cs_createCSint(INT32_MIN, INT32_MAX);
   EXPECT_TRUE(rcsRemoveValue(w, INT32_MIN) && rcsRemoveValue(w, INT32_MAX));
   EXPECT_EQ(textOf(w), "{-2147483647..2147483646}");
 }

@@ -14,7 +14,7 @@ static void add(NoGoodSet* set, std::vector<NoGoodElement> elements)
   EXPECT_TRUE(rcsAddNewNoGood(set, elements.data(), int(elements.size())));
 }
 
-/// As textOf writes it: "0=1 1<=2".
+/// As textOf writes them: "0=1 1<=2", and a comma between several.
 static void add(NoGoodSet* set, const char* text)
 {
   std::vector<NoGoodElement> elements;
@@ -25,6 +25,8 @@ static void add(NoGoodSet* set, const char* text)
     elements.push_back({{method, value}, position});
   }
   add(set, std::move(elements));
+  if (*text == ',')
+    add(set, text + 1);
 }
 
 class NoGoods : public SolverTest
@@ -33,9 +35,14 @@ protected:
   void SetUp() override
   {
     SolverTest::SetUp();
-    x = {makeVar("{0..9}"), makeVar("{0..9}"), makeVar("{0..9}")};
+    x = makeVars({"{0..9}", "{0..9}", "{0..9}"});
     set = cs_createNoGoodSet(x.data(), 3, nullptr, 0, nullptr, nullptr);
   }
+
+  std::string with(const char* added) { return add(set, added), textOf(set); }
+
+  /// The watched elements of the newest.
+  std::string watched() { return std::to_string(set->_first->_p1) + " " + std::to_string(set->_first->_p2); }
 
   Vars x;
   NoGoodSet* set;
@@ -49,31 +56,23 @@ static int dropShort(NoGoodSet*, NoGood* noGood, CSint**, int, void* least)
 TEST_F(NoGoods, WhatIsKept)
 {
   EXPECT_EQ(cs_createNoGoodSet(x.data(), 0, nullptr, 0, nullptr, nullptr), nullptr);
-  for (const char* each : {"0=1 1<=2 2>3", "0=1 1<=2 2>3", "0=1 1<=2 2!3", "1<=2 0=1 2>3", "0=1 1<=2 2>3"})
-    add(set, each);
-  EXPECT_EQ(textOf(set), "[1<=2 0=1 2>3][0=1 1<=2 2!3][0=1 1<=2 2>3]");
+  EXPECT_EQ(with("0=1 1<=2 2>3,0=1 1<=2 2>3,0=1 1<=2 2!3,1<=2 0=1 2>3,0=1 1<=2 2>3"),
+      "[1<=2 0=1 2>3][0=1 1<=2 2!3][0=1 1<=2 2>3]");
   // A beginning takes the place of those that it begins, and they stay away.
-  add(set, "0=1 1<=2");
-  add(set, "0=1 1<=2 2!3");
-  EXPECT_EQ(textOf(set), "[0=1 1<=2][1<=2 0=1 2>3]");
+  EXPECT_EQ(with("0=1 1<=2,0=1 1<=2 2!3"), "[0=1 1<=2][1<=2 0=1 2>3]");
   cs_setMaxNbNoGoods(set, -1);
-  add(set, "2>3 0=1");
-  EXPECT_EQ(cs_getNbNoGoods(set), 3);
+  EXPECT_EQ(with("2>3 0=1"), "[2>3 0=1][0=1 1<=2][1<=2 0=1 2>3]");
   cs_setMaxNbNoGoods(set, 2);
   EXPECT_EQ(textOf(set), "[2>3 0=1][0=1 1<=2]");
-  add(set, "2!3");
-  EXPECT_EQ(textOf(set), "[2!3][2>3 0=1]");
+  EXPECT_EQ(with("2!3"), "[2!3][2>3 0=1]");
   cs_setMaxNbNoGoods(set, 0);
-  add(set, "0<=2 2>3");
-  add(set, "1<=2 2>3");
-  EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2!3][2>3 0=1]");
+  EXPECT_EQ(with("0<=2 2>3,1<=2 2>3"), "[1<=2 2>3][0<=2 2>3][2!3][2>3 0=1]");
   static int least = 2;
   set->_data = &least;
   cs_filterNoGood(set, dropShort);
   EXPECT_EQ(textOf(set), "[1<=2 2>3][0<=2 2>3][2>3 0=1]");
   set->_filter = dropShort;
   add(set, "0=1");
-  EXPECT_EQ(cs_getNbNoGoods(set), 3);
   // A client's positions are held against the length.
   const int positions[] = {1, 0}, wrong[] = {0, 2}, negative[] = {-1, 0};
   const ValueSelection decisions[] = {{CS_SELECT_EQ, 7}, {CS_SELECT_LT, 4}};
@@ -84,20 +83,18 @@ TEST_F(NoGoods, WhatIsKept)
   int position = 7;
   ValueSelection untouched = {CS_SELECT_GT, 8};
   cs_getNoGoodElementAt(&position, &untouched, set->_first, -1);
-  EXPECT_EQ(position, -1);
-  EXPECT_EQ(textOf(untouched), ">8");
+  EXPECT_EQ(std::to_string(position) + textOf(untouched), "-1>8");
 }
 
 TEST_F(NoGoods, TheEndOfASetAndAMaximumBelowZero)
 {
   static int nbAtTheEnd;
   nbAtTheEnd = 0;
-  auto end = [](NoGoodSet* ending, void* sum) { *static_cast<int*>(sum) += cs_getNbNoGoods(ending); };
+  auto end = [](NoGoodSet* ending, void*) { nbAtTheEnd += cs_getNbNoGoods(ending); };
   cs_saveContext();
-  NoGoodSet* inner = cs_createNoGoodSet(x.data(), 3, nullptr, -1, end, &nbAtTheEnd);
-  EXPECT_STREQ(x[0]->_constraints->_constraint->_info->_function, "cs_createNoGoodSet");
-  for (const char* each : {"0=1", "1<=2", "2>3"})
-    add(inner, each);
+  NoGoodSet* inner = cs_createNoGoodSet(x.data(), 3, nullptr, -1, end, nullptr);
+  EXPECT_STREQ(infoOf(x[0])->_function, "cs_createNoGoodSet");
+  add(inner, "0=1,1<=2,2>3");
   EXPECT_EQ(nbAtTheEnd, 0);
   cs_restoreContext();
   EXPECT_EQ(nbAtTheEnd, 1);
@@ -130,21 +127,19 @@ TEST_F(NoGoods, AWatchMovesHalfWayAlong)
 {
   add(set, "0=1 1!5 1<=2 2>3 2!9");
   EXPECT_TRUE(cs_EQ(x[0], 1));
-  EXPECT_EQ(set->_first->_p1, 3);
-  EXPECT_EQ(set->_first->_p2, 1);
+  EXPECT_EQ(watched(), "3 1");
   // A hole makes it different already. From the middle the search goes on at the front, where one holds.
   EXPECT_TRUE(cs_NEQ(x[1], 5));
-  EXPECT_EQ(set->_first->_p2, 2);
+  EXPECT_EQ(watched(), "3 2");
   EXPECT_TRUE(cs_LE(x[1], 2));
-  EXPECT_EQ(set->_first->_p2, 4);
+  EXPECT_EQ(watched(), "3 4");
   EXPECT_TRUE(cs_LE(x[2], 8));
   EXPECT_EQ(textOf(x[2]), "{0..3}");
 }
 
 TEST_F(NoGoods, WhatFiresComesToTheFront)
 {
-  add(set, "0=1 1<=2");
-  add(set, "2>3");
+  add(set, "0=1 1<=2,2>3");
   cs_saveContext();
   EXPECT_FALSE(cs_EQ(x[0], 1) && cs_EQ(x[1], 2));
   EXPECT_EQ(textOf(set), "[2>3][0=1 1<=2]") << "narrowing isn't firing";
@@ -152,50 +147,46 @@ TEST_F(NoGoods, WhatFiresComesToTheFront)
   // Both elements come to hold in one flush.
   cs_Eq(x[0], x[1]);
   add(set, "2!3 0=1");
+  const std::string order = "[0=1 1<=2][2!3 0=1][2>3]";
   cs_saveContext();
   EXPECT_FALSE(cs_EQ(x[0], 1));
-  EXPECT_EQ(textOf(set), "[0=1 1<=2][2!3 0=1][2>3]");
-  cs_restoreContext();
+  EXPECT_EQ(textOf(set), order);
   // Nor is what is out of reach already.
-  cs_saveContext();
+  cs_restoreAndSaveContext();
   EXPECT_TRUE(cs_LE(x[2], 2) && cs_GE(x[1], 7) && cs_NEQ(x[0], 8));
-  EXPECT_EQ(textOf(set), "[0=1 1<=2][2!3 0=1][2>3]");
+  EXPECT_EQ(textOf(set), order);
   cs_restoreContext();
   // Not during a walk.
   add(set, "0=1 2=5");
   rcsReduceNoGood(set);
-  EXPECT_EQ(textOf(set), "[0=1 2=5][0=1 1<=2][2!3 0=1][2>3]");
+  EXPECT_EQ(textOf(set), "[0=1 2=5]" + order);
   cs_filterNoGood(set, [](NoGoodSet*, NoGood*, CSint** vars, int, void*) {
     cs_saveContext();
     EXPECT_FALSE(cs_EQ(vars[0], 1));
     cs_restoreContext();
     return 1;
   });
-  EXPECT_EQ(textOf(set), "[0=1 2=5][0=1 1<=2][2!3 0=1][2>3]");
+  EXPECT_EQ(textOf(set), "[0=1 2=5]" + order);
 }
 
 TEST_F(NoGoods, ReductionDropsWhatIsNeedless)
 {
   cs_Neq(x[0], x[2]);
   Snapshot before(x);
-  auto reduce = [&](std::initializer_list<const char*> added) {
-    for (const char* each : added)
-      add(set, each);
-    rcsReduceNoGood(set);
-    return textOf(set);
-  };
+  auto reduced = [&](const char* added) { return add(set, added), rcsReduceNoGood(set), textOf(set); };
   // The third fails on the first alone, so the second isn't needed; what lies behind goes, too.
-  EXPECT_EQ(reduce({"0=1 1<=2 2=1 1=0"}), "[0=1 2=1]");
+  EXPECT_EQ(reduced("0=1 1<=2 2=1 1=0"), "[0=1 2=1]");
   // Only elements next to the one that fails are tried.
-  EXPECT_EQ(reduce({"1>=7 0=2 1!8 2=2"}), "[1>=7 0=2 2=2][0=1 2=1]");
+  EXPECT_EQ(reduced("1>=7 0=2 1!8 2=2"), "[1>=7 0=2 2=2][0=1 2=1]");
   // The walk ends at one that can't be shortened.
   cs_setMaxNbNoGoods(set, 2);
-  EXPECT_EQ(reduce({"0=3 1<=2 2=3", "0=4 2=5"}), "[0=4 2=5][0=3 1<=2 2=3]");
-  EXPECT_EQ(reduce({}), "[0=4 2=5][0=3 2=3]");
+  EXPECT_EQ(reduced("0=3 1<=2 2=3,0=4 2=5"), "[0=4 2=5][0=3 1<=2 2=3]");
+  rcsReduceNoGood(set);
+  EXPECT_EQ(textOf(set), "[0=4 2=5][0=3 2=3]");
   // As long as each is shortened the walk goes on.
-  EXPECT_EQ(reduce({"0=6 1<=2 2=6", "0=7 1<=2 2=7"}), "[0=7 2=7][0=6 2=6]");
+  EXPECT_EQ(reduced("0=6 1<=2 2=6,0=7 1<=2 2=7"), "[0=7 2=7][0=6 2=6]");
   // A first element that fails by itself teaches nothing.
-  EXPECT_EQ(reduce({"0=10 0=1"}), "[0=10 0=1][0=7 2=7]");
+  EXPECT_EQ(reduced("0=10 0=1"), "[0=10 0=1][0=7 2=7]");
   EXPECT_EQ(before.changesOfVars(), "");
 }
 
@@ -203,25 +194,20 @@ TEST_F(NoGoods, AWalkGoesOnWhereItsNextNodeHasGone)
 {
   // Both watches of the newest leave for the lists of other variables, and the walk with the first, to x[2]. The three
   // in the middle would narrow if they were asked for their own variable.
-  for (const char* each : {"0>=1 1=5", "2=3", "2>=0 1=2", "1=3 2>=0", "0>=3 0>=4 1=7 2=7"})
-    add(set, each);
+  cs_saveContext();
+  set = cs_createNoGoodSet(x.data(), 3, nullptr, 0, nullptr, nullptr);
+  add(set, "0>=1 1=5,2=3,2>=0 1=2,1=3 2>=0,0>=3 0>=4 1=7 2=7");
   EXPECT_TRUE(cs_GE(x[0], 5));
-  EXPECT_EQ(set->_first->_p1, 3);
-  EXPECT_EQ(set->_first->_p2, 2);
-  EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{0..9}{0..9}");
+  EXPECT_EQ(watched() + " " + textsOf({x[1], x[2]}), "3 2 {0..9} {0..9}");
   EXPECT_TRUE(cs_GE(x[0], 6));
-  EXPECT_EQ(textOf(x[1]) + textOf(x[2]), "{0..4, 6..9}{0..9}");
-}
-
-TEST_F(NoGoods, AWalkGoesWithTheSecondWatchToo)
-{
-  add(set, "0>=1 1=5");
-  add(set, "1<=8 0>=3 2=7 0>=4 2=8");
+  EXPECT_EQ(textsOf({x[1], x[2]}), "{0..4, 6..9} {0..9}");
+  cs_restoreContext();
+  // With the second it goes, too.
+  set = cs_createNoGoodSet(x.data(), 3, nullptr, 0, nullptr, nullptr);
+  add(set, "0>=1 1=5,1<=8 0>=3 2=7 0>=4 2=8");
   EXPECT_TRUE(cs_LE(x[1], 8)); // now the first watch stands in front of the second
   EXPECT_TRUE(cs_GE(x[0], 5));
-  EXPECT_EQ(set->_first->_p1, 4);
-  EXPECT_EQ(set->_first->_p2, 2);
-  EXPECT_EQ(textOf(x[1]), "{0..8}");
+  EXPECT_EQ(watched() + " " + textOf(x[1]), "4 2 {0..8}");
   EXPECT_TRUE(cs_GE(x[0], 6));
   EXPECT_EQ(textOf(x[1]), "{0..4, 6..8}");
 }

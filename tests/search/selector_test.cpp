@@ -8,18 +8,12 @@
 
 #include <algorithm>
 #include <random>
-#include <sstream>
 
 using namespace kit;
 
-static std::ostringstream story;
+static std::string story;
 
-static std::string told()
-{
-  std::string text = story.str();
-  story.str("");
-  return text;
-}
+static std::string told() { return std::exchange(story, ""); }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Value selectors
@@ -44,63 +38,57 @@ static std::string decisionsOf(const std::string& domain, int kind)
 
 TEST_F(ValueSelectors, Decisions)
 {
-  struct
-  {
-    const char* domain;
-    const char* decisions[5];
-  } rows[] = {
-      {"4", {"=4 ", "=4 ", "<=4 ", ">=4 ", "=4 "}},
-      {"{-4..-1}", {"=-4 =-3 =-2 =-1 ", "=-1 =-2 =-3 =-4 ", "<=-3 >-3 ", ">=-3 <-3 ", "=-3 !-3 "}},
-      {"{-9, -1, 0, 200, 333}",
-          {"=-9 =-1 =0 =200 =333 ", "=333 =200 =0 =-1 =-9 ", "<=162 >162 ", ">=162 <162 ", "=0 !0 "}},
-      {"{0, 70, 140, 200, 201, 300}",
-          {"=0 =70 =140 =200 =201 =300 ", "=300 =201 =200 =140 =70 =0 ", "<=150 >150 ", ">=150 <150 ", "=140 !140 "}},
-      {"{2147483645, 2147483647}", {"=2147483645 =2147483647 ", "=2147483647 =2147483645 ", "<=2147483646 >2147483646 ",
-                                       ">=2147483646 <2147483646 ", "=2147483645 !2147483645 "}},
-      {"{-2147483648, -2147483647}",
-          {"=-2147483648 =-2147483647 ", "=-2147483647 =-2147483648 ", "<=-2147483648 >-2147483648 ",
-              ">=-2147483647 <-2147483647 ", "=-2147483648 !-2147483648 "}},
+  // A domain, and what each kind makes of it.
+  const char* rows[][6] = {
+      {"4", "=4 ", "=4 ", "<=4 ", ">=4 ", "=4 "},
+      {"{-4..-1}", "=-4 =-3 =-2 =-1 ", "=-1 =-2 =-3 =-4 ", "<=-3 >-3 ", ">=-3 <-3 ", "=-3 !-3 "},
+      {"{-9, -1, 0, 200, 333}", "=-9 =-1 =0 =200 =333 ", "=333 =200 =0 =-1 =-9 ", "<=162 >162 ", ">=162 <162 ",
+          "=0 !0 "},
+      {"{0, 70, 140, 200, 201, 300}", "=0 =70 =140 =200 =201 =300 ", "=300 =201 =200 =140 =70 =0 ", "<=150 >150 ",
+          ">=150 <150 ", "=140 !140 "},
+      {"{2147483645, 2147483647}", "=2147483645 =2147483647 ", "=2147483647 =2147483645 ", "<=2147483646 >2147483646 ",
+          ">=2147483646 <2147483646 ", "=2147483645 !2147483645 "},
+      {"{-2147483648, -2147483647}", "=-2147483648 =-2147483647 ", "=-2147483647 =-2147483648 ",
+          "<=-2147483648 >-2147483648 ", ">=-2147483647 <-2147483647 ", "=-2147483648 !-2147483648 "},
   };
   for (const auto& row : rows)
     for (int kind = 0; kind < 5; kind++)
-      EXPECT_EQ(decisionsOf(row.domain, kind), row.decisions[kind]) << row.domain << ", kind " << kind;
+      EXPECT_EQ(decisionsOf(row[0], kind), row[kind + 1]) << row[0] << ", kind " << kind;
   for (int kind : {-1, 5})
     EXPECT_EQ(cs_getValueSelector(kind), nullptr);
   // Read afresh at each call: the walk catches up with bounds that have moved.
-  CSint* v = makeVar("{0..9}");
-  intptr_t states[2];
-  ValueSelection s;
-  for (int kind : {CS_MIN_TO_MAX, CS_MAX_TO_MIN})
-    cs_initValueSelector(cs_getValueSelector(kind), 0, &v, 1, &states[kind]);
-  cs_InInterval(v, 3, 6);
   for (int kind : {CS_MIN_TO_MAX, CS_MAX_TO_MIN}) {
-    EXPECT_TRUE(cs_selectNextValue(&s, cs_getValueSelector(kind), 0, &v, 1, &states[kind]));
+    CSint* v = makeVar("{0..9}");
+    intptr_t state;
+    ValueSelection s;
+    cs_initValueSelector(cs_getValueSelector(kind), 0, &v, 1, &state);
+    EXPECT_TRUE(cs_InInterval(v, 3, 6) && cs_selectNextValue(&s, cs_getValueSelector(kind), 0, &v, 1, &state));
     EXPECT_EQ(textOf(s), kind == CS_MIN_TO_MAX ? "=3" : "=6");
   }
 }
 
 TEST_F(ValueSelectors, MethodsAndCallbacks)
 {
-  static const char* const domains[] = {"4", "{0..3, 5..9}", "{0..4}", "{0..3}", "{4..9}", "{5..9}"};
-  ValueSelection s;
+  const char* domains[] = {"4", "{0..3, 5..9}", "{0..4}", "{0..3}", "{4..9}", "{5..9}"};
+  CSint* v = makeVar("{0..9}");
   for (int method = -1; method <= 6; method++) {
-    CSint* v = makeVar("{0..9}");
-    s = {method, 4};
+    ValueSelection s = {method, 4};
+    cs_saveContext();
     if (method < 0 || method == 6) {
       EXPECT_EXIT(cs_selectValue(v, &s), testing::KilledBySignal(SIGABRT), "");
     } else {
       EXPECT_TRUE(cs_selectValue(v, &s));
       EXPECT_EQ(textOf(v), domains[method]);
     }
+    cs_restoreContext();
   }
   // Only the low 8 bits of an answer count.
   auto* selector = cs_createValueSelector([](int, CSint**, int, intptr_t*) { return 256; },
       [](ValueSelection*, int, CSint**, int, intptr_t*) { return 512; },
       [](int, CSint**, int, intptr_t*) { return 257; });
-  intptr_t state;
-  EXPECT_EQ(cs_initValueSelector(selector, 0, nullptr, 1, &state), 0);
-  EXPECT_EQ(cs_selectNextValue(&s, selector, 0, nullptr, 1, &state), 0);
-  EXPECT_EQ(cs_endValueSelector(selector, 0, nullptr, 1, &state), 1);
+  EXPECT_EQ(cs_initValueSelector(selector, 0, nullptr, 1, nullptr), 0);
+  EXPECT_EQ(cs_selectNextValue(nullptr, selector, 0, nullptr, 1, nullptr), 0);
+  EXPECT_EQ(cs_endValueSelector(selector, 0, nullptr, 1, nullptr), 1);
   cs_freeValueSelector(selector);
   cs_freeValueSelector(nullptr);
 }
@@ -112,28 +100,29 @@ TEST_F(ValueSelectors, MethodsAndCallbacks)
 static const Vars* theVars;
 static int endAnswer, foundAnswer, cancelAt;
 
+static std::string str(int number) { return std::to_string(number); }
+
 static std::string moment()
 {
-  return "(" + std::to_string(contextDepth()) + " " + std::to_string(cs_getNbChoicePoints()) + " " +
-         std::to_string(cs_getNbFails()) + ") ";
+  return "(" + str(contextDepth()) + " " + str(cs_getNbChoicePoints()) + " " + str(cs_getNbFails()) + ") ";
 }
 
 static void tellStart(int fails, CSint** vars, int n, void* data)
 {
   EXPECT_TRUE(vars == theVars->data() && n == int(theVars->size()) && data == &story);
-  story << "S" << fails << moment();
+  story += "S" + str(fails) + moment();
 }
 
 static void tellEnd(int result, int nbFails, int fails, CSint**, int, void* data)
 {
   EXPECT_EQ(data, &story);
-  story << "X" << result << "/" << nbFails << "/" << fails << moment();
+  story += "X" + str(result) + "/" + str(nbFails) + "/" + str(fails) + moment();
 }
 
 template <char kind>
 static void tellLevel(int level, int position, CSint**, int, void*)
 {
-  story << kind << level << "." << position << moment();
+  story += kind + str(level) + "." + str(position) + moment();
 }
 
 class SelectorSearch : public SolverTest
@@ -147,16 +136,16 @@ protected:
     cancelAt = -1;
     selector = cs_createValueSelector(
         [](int position, CSint** vars, int n, intptr_t* state) {
-          story << "i" << position << " ";
+          story += "i" + str(position) + " ";
           return cs_initValueSelector(&rcsVSMinToMax, position, vars, n, state);
         },
         [](ValueSelection* s, int position, CSint** vars, int n, intptr_t* state) {
           int more = cs_selectNextValue(s, &rcsVSMinToMax, position, vars, n, state);
-          story << "n" << (more ? textOf(*s) : "-") << (contextDepth() == position ? "" : "?") << " ";
+          story += "n" + (more ? textOf(*s) : "-") + (contextDepth() == position ? " " : "? ");
           return more;
         },
         [](int position, CSint**, int, intptr_t*) {
-          story << "e" << position << moment();
+          story += "e" + str(position) + moment();
           return endAnswer;
         });
     notify = cs_createSearchNotify(&story);
@@ -166,17 +155,17 @@ protected:
     cs_searchNotifySetLeave(notify, tellLevel<'L'>);
     cs_searchNotifySetBeforeValueSelection(
         notify, [](int level, int position, const ValueSelection* s, CSint**, int, void*) {
-          story << "B" << level << "." << position << textOf(*s) << moment();
+          story += "B" + str(level) + "." + str(position) + textOf(*s) + moment();
           if (cs_getNbChoicePoints() == cancelAt)
             cs_cancelSearch();
         });
     cs_searchNotifySetAfterValueSelection(
         notify, [](int success, int level, int position, const ValueSelection* s, CSint** vars, int, void*) {
           EXPECT_TRUE(!success || vars[position]->_min == s->value);
-          story << "A" << success << ":" << level << "." << position << textOf(*s) << moment();
+          story += "A" + str(success) + ":" + str(level) + "." + str(position) + textOf(*s) + moment();
         });
     cs_searchNotifySetFound(notify, [](int level, CSint**, int, void*) {
-      story << "F" << level << moment();
+      story += "F" + str(level) + moment();
       return foundAnswer;
     });
   }
@@ -189,13 +178,15 @@ protected:
     SolverTest::TearDown();
   }
 
-  /// What a search tells, and whether it finds a solution.
+  /// What a search tells, whether it finds a solution, and what it leaves of the first variable. Restores all.
   std::string search(Vars& v, int fails)
   {
     theVars = &v;
     std::vector<ValueSelector*> selectors(v.size(), selector);
     int found = cs_searchValueSelectorFail(v.data(), selectors.data(), int(v.size()), firstFree, fails, notify);
-    return told() + (found ? "yes" : "no");
+    std::string text = told() + (found ? "yes " : "no ") + textOf(v[0]);
+    cs_restoreAll();
+    return text;
   }
 
   ValueSelector* selector;
@@ -210,68 +201,55 @@ static Vars freeAndPigeons(const std::string& domain)
   return v;
 }
 
-TEST_F(SelectorSearch, Exhausted)
+TEST_F(SelectorSearch, ExhaustedLimitedOrCancelled)
 {
   Vars v = freeAndPigeons("{0, 1}");
   Snapshot before(v);
+  const std::string start = "(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) "
+                            "E1.1(1 1 0) i1 n=3 n=7 B1.1=3(2 2 0) ";
   EXPECT_EQ(search(v, 0),
-      "S0(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) "
-      "E1.1(1 1 0) i1 n=3 n=7 B1.1=3(2 2 0) A0:1.1=3(2 2 1) n- B1.1=7(2 3 1) A0:1.1=7(2 3 2) e1(1 3 2) L1.1(1 3 2) "
-      "n- B0.0=1(1 4 2) A1:0.0=1(1 4 2) "
-      "E1.1(1 4 2) i1 n=3 n=7 B1.1=3(2 5 2) A0:1.1=3(2 5 3) n- B1.1=7(2 6 3) A0:1.1=7(2 6 4) e1(1 6 4) L1.1(1 6 4) "
-      "e0(0 6 4) L0.0(0 6 4) X0/4/0(0 6 4) no");
+      "S0" + start +
+          "A0:1.1=3(2 2 1) n- B1.1=7(2 3 1) A0:1.1=7(2 3 2) e1(1 3 2) L1.1(1 3 2) n- B0.0=1(1 4 2) A1:0.0=1(1 4 2) "
+          "E1.1(1 4 2) i1 n=3 n=7 B1.1=3(2 5 2) A0:1.1=3(2 5 3) n- B1.1=7(2 6 3) A0:1.1=7(2 6 4) e1(1 6 4) L1.1(1 6 4) "
+          "e0(0 6 4) L0.0(0 6 4) X0/4/0(0 6 4) no {0, 1}");
+  EXPECT_EQ(search(v, 1), "S1" + start + "A0:1.1=3(2 2 1) e1(2 2 1) e0(2 2 1) X0/1/1(2 2 1) no 0");
+  // The level that sees the flag leaves its context; the one above pops that and sees the flag in its turn.
+  cancelAt = 2;
+  EXPECT_EQ(search(v, 0), "S0" + start + "n-? B0.0=1(2 3 0) X0/0/0(2 3 0) no 0");
   // An end that answers no hides the leaving, and nothing else.
-  endAnswer = 0;
+  endAnswer = 0, cancelAt = -1;
   EXPECT_EQ(search(v, 0).find('L'), std::string::npos);
   EXPECT_EQ(counters(), "6 choices 4 fails");
   EXPECT_EQ(before.changesOfVars(), "");
-}
-
-TEST_F(SelectorSearch, LimitAndCancel)
-{
-  Vars v = freeAndPigeons("{0, 1}");
-  EXPECT_EQ(search(v, 1), "S1(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) "
-                          "E1.1(1 1 0) i1 n=3 n=7 B1.1=3(2 2 0) A0:1.1=3(2 2 1) e1(2 2 1) e0(2 2 1) X0/1/1(2 2 1) no");
-  EXPECT_EQ(textOf(v[0]) + textOf(v[1]), "03");
-  cs_restoreAll();
-  cancelAt = 2;
-  // The level that sees the flag leaves its context; the one above pops that and sees the flag in its turn.
-  EXPECT_EQ(search(v, 0), "S0(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) "
-                          "E1.1(1 1 0) i1 n=3 n=7 B1.1=3(2 2 0) n-? B0.0=1(2 3 0) X0/0/0(2 3 0) no");
-  EXPECT_EQ(textOf(v[0]), "0");
-  cs_restoreAll();
 }
 
 TEST_F(SelectorSearch, Solutions)
 {
   Vars v = {makeVar("{0..1}"), makeVar("{0..1}")};
   cs_Neq(v[0], v[1]);
-  const std::string way = "E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) F0(1 1 0) ";
-  EXPECT_EQ(search(v, 0), "S0(0 0 0) " + way + "e0(1 1 0) X1/0/0(1 1 0) yes");
+  const std::string way = "(0 0 0) E0.0(0 0 0) i0 n=0 n=1 B0.0=0(1 1 0) A1:0.0=0(1 1 0) F0(1 1 0) e0";
+  EXPECT_EQ(search(v, 0), "S0" + way + "(1 1 0) X1/0/0(1 1 0) yes 0");
   // At a solution that is rejected the limit is left to the level above, behind its end.
-  cs_restoreAll();
   foundAnswer = 256;
-  EXPECT_EQ(search(v, 1), "S1(0 0 0) " + way + "e0(1 1 1) X0/1/1(1 1 1) no");
+  EXPECT_EQ(search(v, 1), "S1" + way + "(1 1 1) X0/1/1(1 1 1) no 0");
   // The selector's end can refuse a solution too: no failure, and the context stays.
-  cs_restoreAll();
-  foundAnswer = 1;
-  endAnswer = 0;
-  EXPECT_EQ(search(v, 0), "S0(0 0 0) " + way + "e0(1 1 0) X0/0/0(1 1 0) no");
-  cs_restoreAll();
+  foundAnswer = 1, endAnswer = 0;
+  EXPECT_EQ(search(v, 0), "S0" + way + "(1 1 0) X0/0/0(1 1 0) no 0");
   // Nothing to decide.
   cs_EQ(v[0], 1);
-  EXPECT_EQ(search(v, 0), "S0(0 0 0) F-1(0 0 0) X1/0/0(0 0 0) yes");
+  EXPECT_EQ(search(v, 0), "S0(0 0 0) F-1(0 0 0) X1/0/0(0 0 0) yes 1");
 }
 
 TEST_F(SelectorSearch, ALevelWithoutDecisions)
 {
   Vars v = {makeVar("{0..1}")};
   auto no = [](int, CSint**, int, intptr_t*) { return 256; };
-  auto none = [](ValueSelection*, int, CSint**, int, intptr_t*) { return 0; };
   for (ValueSelectorInit init : {ValueSelectorInit(no), ValueSelectorInit(nullptr)}) {
-    cs_freeValueSelector(selector);
-    selector = cs_createValueSelector(init, none, nullptr);
-    EXPECT_EQ(search(v, 1), std::string("S1(0 0 0) E0.0(0 0 0) ") + (init ? "" : "L0.0(0 0 0) ") + "X0/0/1(0 0 0) no");
+    selector->_init = init;
+    selector->_next = [](ValueSelection*, int, CSint**, int, intptr_t*) { return 0; };
+    selector->_end = nullptr;
+    EXPECT_EQ(
+        search(v, 1), std::string("S1(0 0 0) E0.0(0 0 0) ") + (init ? "" : "L0.0(0 0 0) ") + "X0/0/1(0 0 0) no {0, 1}");
   }
   EXPECT_FALSE(cs_searchValueSelectorFail(v.data(), &selector, 1, firstFree, 1, nullptr));
 }
@@ -285,7 +263,7 @@ using Restarts = SolverTest;
 static int nextLimit(void* schedule)
 {
   int limit = *(*static_cast<const int**>(schedule))++;
-  story << "r" << limit << "(" << contextDepth() << ") ";
+  story += "r" + str(limit) + "(" + str(contextDepth()) + ") ";
   return limit;
 }
 
@@ -294,7 +272,7 @@ static std::string lessons;
 static int noteNoGood(NoGoodSet*, NoGood* noGood, CSint**, int, void* keep)
 {
   EXPECT_GE(rcsTmpOpSize, cs_getNbNoGoodElements(noGood));
-  story << textOf(noGood) << moment();
+  story += textOf(noGood) + moment();
   lessons += textOf(noGood);
   return keep != nullptr;
 }
@@ -308,20 +286,18 @@ static int restart(const Vars& v, ValueSelector* selector, std::vector<int> sche
   NoGoodSet* set = cs_createNoGoodSet(vars, int(v.size()), noteNoGood, 0, nullptr, keep ? &story : nullptr);
   std::vector<ValueSelector*> selectors(v.size(), selector);
   const int* at = schedule.data();
-  told();
+  story.clear(), lessons.clear();
   int found = cs_searchValueSelectorRestartNG(
       vars, selectors.data(), int(v.size()), firstFree, nextLimit, &at, maxFails, set, notify);
   EXPECT_EQ(at, schedule.data() + schedule.size());
-  EXPECT_EQ(rcsTmpOp, nullptr);
-  EXPECT_EQ(rcsTmpOpSize, 0);
+  EXPECT_TRUE(!rcsTmpOp && rcsTmpOpSize == 0);
   return found;
 }
 
 /// One run up to the limit, as the no-goods that are taken from its branch.
-static std::string learnt(const Vars& v, ValueSelector* selector, int limit)
+static std::string learnt(const Vars& v, int limit, ValueSelector* selector = &rcsVSMinToMax)
 {
   int label = cs_saveContext();
-  lessons.clear();
   EXPECT_FALSE(restart(v, selector, {limit}, limit));
   cs_restoreContextUntil(label);
   return lessons;
@@ -339,29 +315,27 @@ TEST_F(Restarts, WhatABranchTeaches)
 {
   Vars two = freeAndPigeons("{0, 1}");
   // Free decisions alone; one that was last is left out, and stands as the negation of itself under those above it.
-  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 1), "[0=0 1=3]");
-  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 2), "[0=0]");
-  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 3), "[1=3][0!1]");
-  // No free decision is left at the end of the tree.
-  EXPECT_EQ(learnt(two, &rcsVSMinToMax, 4), "");
+  EXPECT_EQ(learnt(two, 1), "[0=0 1=3]");
+  EXPECT_EQ(learnt(two, 2), "[0=0]");
+  EXPECT_EQ(learnt(two, 4), ""); // the end of the tree
   // The refuted first decision of the free level nearest the root, once and not the later ones.
-  EXPECT_EQ(learnt(freeAndPigeons("{0..3}"), &rcsVSMinToMax, 5), "[0=2 1=3][0=0]");
+  EXPECT_EQ(learnt(freeAndPigeons("{0..3}"), 5), "[0=2 1=3][0=0]");
   // Of a level in the middle, under what is above it.
   Vars four = freeAndPigeons("{0..2}");
   four.insert(four.begin(), makeVar("{5, 6}"));
-  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 3), "[0=5 1=1 2=3][0=5 1=0]");
-  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 5), "[0=5 2=3][0=5 1!2]");
-  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 7), "[1=0 2=3][0!6]");
+  EXPECT_EQ(learnt(four, 3), "[0=5 1=1 2=3][0=5 1=0]");
+  EXPECT_EQ(learnt(four, 5), "[0=5 2=3][0=5 1!2]");
+  EXPECT_EQ(learnt(four, 7), "[1=0 2=3][0!6]");
   four[0] = makeVar("{5..7}");
-  EXPECT_EQ(learnt(four, &rcsVSMinToMax, 9), "[0=6 1=1 2=3][0=5]");
+  EXPECT_EQ(learnt(four, 9), "[0=6 1=1 2=3][0=5]");
   // The other methods: a half, and the median with the rest.
-  EXPECT_EQ(learnt(two, &rcsVSLowerAndUpper, 3), "[1<=5][0<=0]");
-  EXPECT_EQ(learnt(two, &rcsVSMedianAndRest, 3), "[1=3][0=0]");
-  EXPECT_EQ(learnt(two, &rcsVSUpperAndLower, 3), "[1>=5][0>=1]");
+  EXPECT_EQ(learnt(two, 3, &rcsVSLowerAndUpper), "[1<=5][0<=0]");
+  EXPECT_EQ(learnt(two, 3, &rcsVSMedianAndRest), "[1=3][0=0]");
+  EXPECT_EQ(learnt(two, 3, &rcsVSUpperAndLower), "[1>=5][0>=1]");
   ValueSelector falling = {rcsVSLowerAndUpperInit, opposites<CS_SELECT_GT, CS_SELECT_LE>, nullptr};
   ValueSelector rising = {rcsVSLowerAndUpperInit, opposites<CS_SELECT_LT, CS_SELECT_GE>, nullptr};
-  EXPECT_EQ(learnt(freeAndPigeons("{5, 6}"), &falling, 3), "[1>5][0>5]");
-  EXPECT_EQ(learnt(freeAndPigeons("{4, 5}"), &rising, 3), "[1<5][0<5]");
+  EXPECT_EQ(learnt(freeAndPigeons("{5, 6}"), 3, &falling), "[1>5][0>5]");
+  EXPECT_EQ(learnt(freeAndPigeons("{4, 5}"), 3, &rising), "[1<5][0<5]");
 }
 
 TEST_F(Restarts, RunsFromTheRoot)
@@ -388,7 +362,6 @@ TEST_F(Restarts, RunsFromTheRoot)
       "r3(1) S3(2 0 0) [1=3](4 5 3) [0!1](4 5 3) X0/3/3(4 5 3) r2(1) S2(1 5 3) [0=0](3 8 5) X0/2/2(3 8 5) "
       "r9(1) S9(1 8 5) X0/4/9(1 14 9) = 0 at 1");
   // The limit is clipped to what is left of all, and there nothing is restored.
-  EXPECT_EQ(run(v, {5}, 3), "r5(1) S3(2 0 0) [1=3](4 5 3) [0!1](4 5 3) X0/3/3(4 5 3) = 0 at 4");
   EXPECT_EQ(run(v, {3, 7}, 5),
       "r3(1) S3(2 0 0) [1=3](4 5 3) [0!1](4 5 3) X0/3/3(4 5 3) r7(1) S2(1 5 3) [0=0](3 8 5) X0/2/2(3 8 5) = 0 at 3");
   // A tree whose last failure is the one that reaches the limit looks like one that was cut short.
@@ -406,18 +379,15 @@ static NoGoodSet* reduced;
 
 TEST_F(Restarts, ReduceTheSetAtTheRoot)
 {
-  Vars v = {makeVar("{0, 1}"), makeVar("{0..2}"), makeVar("{3, 7}")};
+  Vars v = makeVars({"{0, 1}", "{0..2}", "{3, 7}"});
   EXPECT_TRUE(cs_IfNeq(v[1], v[2], 0, 3) && cs_IfNeq(v[1], v[2], 0, 7));
   ValueSelector* selectors[] = {&rcsVSMinToMax, &rcsVSMinToMax, &rcsVSMinToMax};
   reduced = cs_createNoGoodSet(v.data(), 3, nullptr, 0, nullptr, nullptr);
-  auto limit = [](void* text) {
-    *static_cast<std::string*>(text) += textOf(reduced) + ";";
-    return cs_getNbFails() == 0 ? 1 : 9;
-  };
-  std::string seen;
-  EXPECT_TRUE(cs_searchValueSelectorRestartNG(v.data(), selectors, 3, firstFree, limit, &seen, 0, reduced, nullptr));
+  told();
+  auto limit = [](void*) { return story += textOf(reduced) + ";", cs_getNbFails() == 0 ? 1 : 9; };
+  EXPECT_TRUE(cs_searchValueSelectorRestartNG(v.data(), selectors, 3, firstFree, limit, nullptr, 0, reduced, nullptr));
   // The second fails by itself; the limit is asked for before that is found.
-  EXPECT_EQ(seen + textOf(reduced), ";[0=0 1=0];[1=0]");
+  EXPECT_EQ(told() + textOf(reduced), ";[0=0 1=0];[1=0]");
   cs_restoreAll();
 }
 
@@ -474,12 +444,9 @@ TEST_F(AllDrivers, WithoutPreferencesGoTheSameWay)
       for (const Driver& run : runs) {
         int label = cs_saveContext();
         int found = run(v.data(), int(v.size()), fails);
-        std::string outcome =
-            std::to_string(found) + ", " + counters() + ", depth " + std::to_string(contextDepth() - label);
-        for (const CSint* x : v)
-          outcome += " " + textOf(x);
+        std::string outcome = str(found) + counters() + str(contextDepth() - label) + textsOf(v);
         cs_restoreContextUntil(label);
-        if (first.empty())
+        if (&run == runs)
           first = outcome;
         EXPECT_EQ(outcome, first) << "trial " << trial << ", limit " << fails << ", driver " << &run - runs;
       }
@@ -492,34 +459,33 @@ TEST_F(AllDrivers, WithoutPreferencesGoTheSameWay)
 
 static std::multiset<Values> solutions;
 
-/// What a search with restarts is held against.
-struct Learner
+/// What a search with restarts is held against; the callbacks' data.
+static struct Learner
 {
-  size_t toReject;
+  size_t toReject = 0;
   std::set<Values> rejected = {}; ///< solutions that were found and refused
   size_t nbFound = 0;
   NoGoodSet* set = nullptr;
-  int nbLearnt = 0, nbRuns = 0, limit = 0;
+  int limit = 0;
+} learner;
 
-  /// It may exclude only solutions that were rejected before.
-  void expectSound(const NoGood* noGood) const
-  {
-    for (const Values& values : solutions)
-      EXPECT_TRUE(rejected.count(values) || !forbids(noGood, values)) << textOf(noGood) << textOf(values);
-  }
-};
+static int nbLearnt, nbRuns;
 
-static Learner* learnerOf(void* data) { return static_cast<Learner*>(data); }
-
-static int seeNoGood(NoGoodSet*, NoGood* noGood, CSint**, int, void* data)
+/// It may exclude only solutions that were rejected before.
+static void expectSound(const NoGood* noGood)
 {
-  learnerOf(data)->expectSound(noGood);
-  return ++learnerOf(data)->nbLearnt % 5;
+  for (const Values& values : solutions)
+    EXPECT_TRUE(learner.rejected.count(values) || !forbids(noGood, values)) << textOf(noGood) << textOf(values);
 }
 
-static int rejectSome(int, CSint** vars, int n, void* data)
+static int seeNoGood(NoGoodSet*, NoGood* noGood, CSint**, int, void*)
 {
-  Learner& learner = *learnerOf(data);
+  expectSound(noGood);
+  return ++nbLearnt % 5;
+}
+
+static int rejectSome(int, CSint** vars, int n, void*)
+{
   Values values = valuesOf(vars, n);
   learner.nbFound++;
   EXPECT_TRUE(solutions.count(values));
@@ -529,23 +495,21 @@ static int rejectSome(int, CSint** vars, int n, void* data)
   return 0;
 }
 
-static void endRun(int, int, int, CSint**, int, void* data)
+static void endRun(int, int, int, CSint**, int, void*)
 {
-  learnerOf(data)->nbRuns++;
-  const NoGoodSet* set = learnerOf(data)->set;
-  EXPECT_EQ(set ? flawsOf(set) : "", "");
-  for (const NoGood* e = set ? set->_first : nullptr; e; e = e->_next)
-    learnerOf(data)->expectSound(e);
+  nbRuns++;
+  EXPECT_EQ(learner.set ? flawsOf(learner.set) : "", "");
+  for (const NoGood* e = learner.set ? learner.set->_first : nullptr; e; e = e->_next)
+    expectSound(e);
 }
 
 TEST_F(AllDrivers, FindTheSameSolutionsWithLearningOrWithout)
 {
-  auto oneMore = [](void* data) { return ++learnerOf(data)->limit; };
-  Learner learner = {.toReject = 0};
-  SearchNotify* notify = cs_createSearchNotify(&learner);
+  auto oneMore = [](void*) { return ++learner.limit; };
+  SearchNotify* notify = cs_createSearchNotify(nullptr);
   cs_searchNotifySetFound(notify, rejectSome);
   cs_searchNotifySetSearchEnd(notify, endRun);
-  int nbSolved = 0, nbUnsolved = 0, nbLearnt = 0, nbRuns = 0;
+  int nbSolved = 0, nbUnsolved = 0;
   for (uint64_t trial = 0; trial < 2000; trial++) {
     SCOPED_TRACE(trial);
     Random random(seedOf("FindTheSame", trial));
@@ -572,17 +536,15 @@ TEST_F(AllDrivers, FindTheSameSolutionsWithLearningOrWithout)
         int label = cs_saveContext();
         learner = {.toReject = toReject};
         if (max >= 0)
-          learner.set = cs_createNoGoodSet(v.data(), n, seeNoGood, max, nullptr, &learner);
+          learner.set = cs_createNoGoodSet(v.data(), n, seeNoGood, max, nullptr, nullptr);
         int found = cs_searchValueSelectorRestartNG(
-            v.data(), selectors.data(), n, firstFree, oneMore, &learner, maxFails, learner.set, notify);
+            v.data(), selectors.data(), n, firstFree, oneMore, nullptr, maxFails, learner.set, notify);
         EXPECT_TRUE(!found || solutions.count(valuesOf(v.data(), n)));
         if (found || maxFails == 0 || cs_getNbFails() < maxFails) {
           EXPECT_EQ(bool(found), learner.rejected.size() < solutions.size());
         }
         cs_restoreContextUntil(label);
         EXPECT_EQ(before.changesOfVars(), "");
-        nbLearnt += learner.nbLearnt;
-        nbRuns += learner.nbRuns;
       }
     ++(solutions.empty() ? nbUnsolved : nbSolved);
     cs_restoreContextUntil(base);
