@@ -77,6 +77,28 @@ protected:
   CSint* limit = nullptr;
 };
 
+static int nbFound;
+
+TEST_F(Cumulative, CountsOfSchedules)
+{
+  struct
+  {
+    std::vector<std::string> durations, needs; ///< needs empty: disjunctive
+    const char *capacity, *starts;
+    int expected;
+  } rows[] = {{{"3", "4", "2"}, {"2", "2", "1"}, "3", "0..6", 112},
+      {{"2", "3", "1", "2"}, {"1", "2", "2", "1"}, "3", "0..5", 536}, {{"2", "3", "4"}, {}, "1", "0..7", 30},
+      {{"0", "3", "2"}, {"3", "1", "1"}, "1", "0..4", 45}};
+  for (auto& row : rows) {
+    d = makeVars(row.durations), r = makeVars(row.needs), limit = makeVar(row.capacity);
+    s = makeVars(std::vector<std::string>(d.size(), row.starts));
+    EXPECT_TRUE(r.empty() ? postDisjunctive() : post());
+    nbFound = 0;
+    cs_findAll(s.data(), int(s.size()), cs_findFreeVar, [](CSint**, int) { nbFound++; });
+    EXPECT_EQ(nbFound, row.expected);
+  }
+}
+
 TEST_F(Cumulative, KnownLossOfSchedules)
 {
   s = makeVars({"4..6", "3..5", "2..4", "1"});

@@ -158,6 +158,27 @@ TEST_F(ReifCase, EnforcingLowersTheLesserBeforeItRaisesTheGreater)
   EXPECT_EQ(spy.take(cs_EQ(c, 0)), "1 y NewMax 9->8, x NewMin 0->1");
 }
 
+TEST_F(ReifCase, ABoundIsPassedOnAsTheEventTellsIt)
+{
+  CSint *x = makeVar("{0..9}"), *y = makeVar("{0..9}");
+  Spy after, before;
+  after.watch(x, "x").watch(y, "y"); // older, so called after the comparison
+  cs_EQ(cs_ReifLt(x, y), 1);
+  before.watch(x, "x").watch(y, "y");
+  std::string seen;
+  after.onCall = [&](const Spy::Call&) { return seen += textsOf({x, y}) + "; ", 1; };
+  before.onCall = [&](const Spy::Call& call) {
+    return call.variable == x && call.now == 3   ? rcsSetMin(x, 5)
+           : call.variable == y && call.now == 8 ? rcsSetMax(y, 7)
+                                                 : 1;
+  };
+  EXPECT_TRUE(cs_GE(x, 3));
+  EXPECT_EQ(seen, "{5..8} {4..9}; {5..8} {6..9}; {5..8} {6..9}; ");
+  seen.clear();
+  EXPECT_TRUE(cs_LE(y, 8));
+  EXPECT_EQ(seen, "{5..7} {6, 7}; {5, 6} {6, 7}; {5, 6} {6, 7}; ");
+}
+
 TEST_F(ReifCase, AtTheEdgesOf32BitsTheStepWrapsAndTheEnforcerFails)
 {
   // The boolean is fixed behind the bound's event: the watcher passes the bound on before the enforcer has looked.
@@ -192,6 +213,17 @@ TEST_F(ReifCase, WhatIsInstantiatedInsideIsDecidedByPresentBounds)
   spy.watch(b, "b").watch(c, "c");
   EXPECT_TRUE(inOneFlush([=] { return rcsSetValue(x, 4) && rcsSetMin(y, 5); }));
   EXPECT_EQ(spy.log(), "c NewMinEq 0->1, b NewMinEq 0->1");
+  // The boolean is decided first, and the Eq handler enforces before the enforcer's own turn.
+  for (int equality : {-1, 0, 1}) { // or none, but v > w
+    CSint *v = makeVar("{0..9}"), *w = makeVar("{0..4, 6..9}");
+    Spy after;
+    after.watch(v, "v");
+    CSint* d = equality < 0 ? cs_ReifLe(v, w) : cs_ReifEq(v, w);
+    std::string seen;
+    after.onCall = [&](const Spy::Call&) { return seen += textsOf({v, w}), 1; };
+    EXPECT_TRUE(inOneFlush([=] { return rcsSetValue(v, 4) && rcsSetValue(d, equality > 0); }));
+    EXPECT_EQ(seen, equality < 0 ? "4 {0..3}" : equality ? "4 4" : "4 {0..3, 6..9}");
+  }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
