@@ -29,6 +29,26 @@ class Regular : public SolverTest
 static const int noThreeOnes[] = {0, 1, 0, 2, 0, -1};
 static const int allStates[] = {0, 1, 2};
 
+static int nbFound;
+
+TEST_F(Regular, NumberOfWords)
+{
+  struct
+  {
+    int length, words;
+  } rows[] = {{4, 13}, {8, 149}, {10, 504}};
+  for (auto [length, expected] : rows) {
+    int label = cs_saveContext();
+    CSint** x = cs_createCSintArray(length, 0, 1);
+    ASSERT_TRUE(cs_Regular(x, length, noThreeOnes, 3, 2, 0, allStates, 3));
+    nbFound = 0;
+    cs_findAll(x, length, cs_findFreeVar, [](CSint**, int) { nbFound++; });
+    EXPECT_EQ(nbFound, expected);
+    EXPECT_EQ(cs_getNbFails(), 0) << "domain consistency leaves no dead end";
+    cs_restoreContextUntil(label);
+  }
+}
+
 TEST_F(Regular, WithoutAWord)
 {
   static const int nowhere[] = {-1, -1, -1, 3, 9, -1}, outside[] = {-1, 3};
