@@ -56,8 +56,9 @@ endif()
 set(CPACK_GENERATOR TGZ)
 find_program(KU_DPKG_DEB dpkg-deb)
 find_program(KU_DPKG_SHLIBDEPS dpkg-shlibdeps)
-mark_as_advanced(KU_DPKG_DEB KU_DPKG_SHLIBDEPS)
-if(KU_DPKG_DEB AND KU_DPKG_SHLIBDEPS)
+find_program(KU_FILE file) # by which CPack finds the libraries among the files
+mark_as_advanced(KU_DPKG_DEB KU_DPKG_SHLIBDEPS KU_FILE)
+if(KU_DPKG_DEB AND KU_DPKG_SHLIBDEPS AND KU_FILE)
   list(APPEND CPACK_GENERATOR DEB)
 endif()
 

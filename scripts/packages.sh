@@ -17,6 +17,7 @@ libgtest-dev      header gtest/gtest.h
 libbenchmark-dev  header benchmark/benchmark.h
 pkgconf           command pkg-config
 dpkg-dev          command dpkg-shlibdeps
+file              command file
 "
 
 has()

@@ -1,7 +1,7 @@
 # The Debian packages: built by the preset "package" and listed.
 set -eu
 unset DESTDIR
-for tool in dpkg-deb dpkg-shlibdeps; do
+for tool in dpkg-deb dpkg-shlibdeps file; do
   if ! command -v $tool > /dev/null; then
     echo "skipped: $tool is missing"
     exit 0
