@@ -39,14 +39,6 @@ struct SequenceRow
   Value value = nullptr;
 };
 
-/// A sequence is given by its seed and the number of rows that existed, from the front of the table, when it was found:
-/// new rows go to the end.
-struct SequenceCase
-{
-  uint64_t seed;
-  size_t rows;
-};
-
 /// What was run in a child process: the last seed with its fault, if any, and its steps.
 struct ChildRun
 {

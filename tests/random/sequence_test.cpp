@@ -1,6 +1,5 @@
 /*
- * Random sequences of public calls against the plain model. New rows go to the end of the table, so that kept cases
- * stay what they were.
+ * Random sequences of public calls against the plain model. What a seed gives depends on the rows of the table.
  *
  * KU_SECONDS is the time to spend (default 3), KU_SEQUENCES the greatest number of sequences, KU_SEED the first seed.
  */
@@ -362,9 +361,6 @@ static const std::vector<SequenceRow> rows = {
     chosen("cs_VarElementRange", cs_VarElementRange),
 };
 
-// Sequences that once failed.
-static const std::vector<SequenceCase> keptCases = {};
-
 static uint64_t environment(const char* name, uint64_t otherwise)
 {
   const char* text = getenv(name);
@@ -373,15 +369,6 @@ static uint64_t environment(const char* name, uint64_t otherwise)
 
 static uint64_t firstSeed() { return environment("KU_SEED", 1); }
 static double seconds() { return double(environment("KU_SECONDS", 3)); }
-
-TEST(Sequences, KeptCases)
-{
-  for (SequenceCase which : keptCases) {
-    std::vector<SequenceRow> known(rows.begin(), rows.begin() + ptrdiff_t(which.rows));
-    if (std::string fault = runSequences(known, which.seed, 1, 60); !fault.empty())
-      ADD_FAILURE() << fault;
-  }
-}
 
 TEST(Sequences, Random)
 {
