@@ -2,8 +2,8 @@
  * The two sides of a mirror. A rule on lower bounds that has its mirror on upper bounds is written once, as a template
  * over a side, and each named handler is one line that says which side it means.
  *
- * On either side, `inside(a, b)` says that the bound a is tighter than b, `step(value, n)` moves by n inwards, and
- * `gap(a, b)` is how far b lies inwards of a, exact for any two 64-bit integers in that order.
+ * On either side, `inside(a, b)` says that the bound a is tighter than b, `reaches(a, b, n)` that it is so by n at least,
+ * `step(value, n)` moves by n inwards, and `gap(a, b)` is how far b lies inwards of a, exact for any two 64-bit integers in that order.
  */
 #ifndef RCS_BOUND_H
 #define RCS_BOUND_H
@@ -25,6 +25,7 @@ struct Lower
   static void noteTold(CSint* v, int32_t value) { v->_propMin = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMin(v, value); }
   static constexpr bool inside(int64_t a, int64_t b) { return a > b; }
+  static constexpr bool reaches(int32_t a, int32_t b, int32_t n) { return a >= int64_t(b) + n; }
   static constexpr int32_t step(int32_t value, int32_t n) { return wrapAdd(value, n); }
   static constexpr uint64_t gap(int64_t a, int64_t b) { return uint64_t(b) - uint64_t(a); }
 };
@@ -40,6 +41,7 @@ struct Upper
   static void noteTold(CSint* v, int32_t value) { v->_propMax = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMax(v, value); }
   static constexpr bool inside(int64_t a, int64_t b) { return a < b; }
+  static constexpr bool reaches(int32_t a, int32_t b, int32_t n) { return a <= int64_t(b) - n; }
   static constexpr int32_t step(int32_t value, int32_t n) { return wrapSub(value, n); }
   static constexpr uint64_t gap(int64_t a, int64_t b) { return uint64_t(a) - uint64_t(b); }
 };
@@ -62,12 +64,12 @@ inline bool isFixed(const CSint* v) { return v->_nbElements == 1; }
 /// As rcsRemoveValue, for a value that is known to be in the domain.
 int removeHeld(CSint* v, int32_t value);
 
-inline int removeIfHeld(CSint* v, int32_t value) { return !holds(v, value) || removeHeld(v, value); }
+inline int removeIfHeld(CSint* v, int32_t value) { return holds(v, value) ? removeHeld(v, value) : 1; }
 
 /// In 32 bits that wrap, like the count itself.
 inline bool hasHoles(const CSint* v) { return v->_domain && v->_nbElements != wrapCount(v->_min, v->_max); }
 
-inline int fixIfHeld(CSint* v, int32_t value) { return holds(v, value) && rcsSetValue(v, value); }
+inline int fixIfHeld(CSint* v, int32_t value) { return holds(v, value) ? rcsSetValue(v, value) : 0; }
 
 /// How far an order keeps the bounds of its two sides apart.
 constexpr int32_t loose = 0, strict = 1;
@@ -78,7 +80,7 @@ template <typename Side, int32_t gap = loose>
 inline int pushBound(CSint* v, int32_t bound)
 {
   bool stands = gap == strict ? Side::inside(Side::of(v), bound) : !Side::inside(bound, Side::of(v));
-  return stands || Side::tighten(v, Side::step(bound, gap));
+  return stands ? 1 : Side::tighten(v, Side::step(bound, gap));
 }
 
 #endif

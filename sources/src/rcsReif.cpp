@@ -78,30 +78,25 @@ static int enforceTruth(const CSint* b, CSint* x, CSint* y)
   return b->_min ? enforceOrder<gap>(x, y) : enforceOrder<strict - gap>(y, x);
 }
 
-/// The variable that gives way on that side: on the side of the minimum the lesser pushes the greater.
-template <typename Side>
-static CSint* pushed(CSint* lesser, CSint* greater)
-{
-  return Side::moved == NewMin ? greater : lesser;
-}
-
-/// By the bound that the event tells and not by the present one: a later event brings the rest. Where the step from it
-/// leaves the 32 bits nothing is pushed, and the enforcer fails when its turn comes.
-template <typename Side, int32_t gap>
-static int passOn(const CSint* v, CSint* lesser, CSint* greater, int32_t bound)
-{
-  CSint* other = pushed<Side>(lesser, greater);
-  return v == other || pushBound<Side, gap>(other, bound);
-}
-
+/// On the side of the minimum a move of `v` can only show that `v` is the greater of the two, on that of the maximum
+/// that it is the lesser: in the order itself or in its negation, by the place of `v`. As long as the boolean is open
+/// that may decide it; afterwards a move pushes the other variable where `v` is the lesser, or the greater, of what has
+/// been decided. The push goes by the bound that the event tells and not by the present one, as a later event brings
+/// the rest; where the step from it leaves the 32 bits nothing is pushed, and the enforcer fails when its turn comes.
+///
+/// There is one branch for the state of the boolean, which is as good as random, and none for the place of `v`.
 template <typename Side, int32_t gap>
 static int onMove(const CSint* v, const Tconstraint* t, int32_t bound)
 {
   auto* r = dataOf<ReifData>(t);
+  const bool shown = v == (Side::moved == NewMin ? r->_y : r->_x); // the truth that such a move can show
+  CSint* other = v == r->_x ? r->_y : r->_x;
+  const int32_t gapShown = shown == (gap == strict) ? strict : loose;
   if (!isFixed(r->_bool))
-    return v == pushed<Side>(r->_x, r->_y) ? decideTrue<gap>(r) : decideFalse<gap>(r);
-  return r->_bool->_min ? passOn<Side, gap>(v, r->_x, r->_y, bound)
-                        : passOn<Side, strict - gap>(v, r->_y, r->_x, bound);
+    return Side::reaches(Side::of(v), Side::Opposite::of(other), gapShown) ? rcsSetValue(r->_bool, shown) : 1;
+  const int32_t gapPushed = strict - gapShown;
+  const bool stands = ((r->_bool->_min != 0) == shown) | Side::reaches(Side::of(other), bound, gapPushed);
+  return stands ? 1 : Side::tighten(other, Side::step(bound, gapPushed));
 }
 
 template <int32_t gap>

@@ -141,21 +141,25 @@ int cs_findAll(CSint** variables, int n, CSfindFreeVar findFreeVar, CSfound foun
 // One pass in array order with strict comparisons, so that the first of equal candidates stays.
 // =====================================================================================================================
 
-/// The free variable with the smallest key, if that is below `worst`.
+/// The first variable with the smallest key, if that is below `worst`. The keys of fixed variables are no smaller than
+/// `worst`, so that one comparison does: whether a variable is still free is as good as random, a new best one is rare.
 template <typename Key>
-static inline CSint* smallestFree(CSint** variables, int n, int64_t worst, Key key)
+static inline CSint* smallest(CSint** variables, int n, uint64_t worst, Key key)
 {
   CSint* best = nullptr;
-  int64_t bestKey = worst;
+  uint64_t bestKey = worst;
   for (int i = 0; i < n; i++) {
-    CSint* v = variables[i];
-    if (v->_nbElements > 1 && key(v) < bestKey) {
-      best = v;
-      bestKey = key(v);
+    const uint64_t here = key(variables[i]);
+    if (here < bestKey) {
+      best = variables[i];
+      bestKey = here;
     }
   }
   return best;
 }
+
+/// In the order of the counts from 2 on; counts below that, also those that wrapped, come last.
+static uint32_t freedomOf(int32_t nbElements) { return uint32_t(nbElements) - 2; }
 
 CSint* cs_findFreeVar(CSint** variables, int n)
 {
@@ -168,19 +172,23 @@ CSint* cs_findFreeVar(CSint** variables, int n)
 // A count of 2147483647 is the worst there is, so a variable with that many values is never taken.
 CSint* cs_findFreeVarNbElements(CSint** variables, int n)
 {
-  return smallestFree(variables, n, INT32_MAX, [](const CSint* v) { return int64_t(v->_nbElements); });
+  return smallest(variables, n, freedomOf(INT32_MAX), [](const CSint* v) { return freedomOf(v->_nbElements); });
 }
 
 /// Orders by the count, then by the minimum.
-static int64_t countThenMin(int32_t nbElements, int32_t min) { return nbElements * (int64_t(1) << 32) + min; }
+static uint64_t countThenMin(int32_t nbElements, int32_t min)
+{
+  return uint64_t(freedomOf(nbElements)) << 32 | (uint32_t(min) - uint32_t(INT32_MIN));
+}
 
 CSint* cs_findFreeVarNbElementsMin(CSint** variables, int n)
 {
-  return smallestFree(variables, n, countThenMin(INT32_MAX, INT32_MAX),
+  return smallest(variables, n, countThenMin(INT32_MAX, INT32_MAX),
       [](const CSint* v) { return countThenMin(v->_nbElements, v->_min); });
 }
 
 CSint* cs_findFreeVarNbConstraints(CSint** variables, int n)
 {
-  return smallestFree(variables, n, INT64_MAX, [](const CSint* v) { return -int64_t(v->_nbConstraints); });
+  return smallest(variables, n, UINT64_MAX,
+      [](const CSint* v) { return v->_nbElements > 1 ? uint64_t(INT32_MAX - v->_nbConstraints) : UINT64_MAX; });
 }
