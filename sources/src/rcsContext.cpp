@@ -242,31 +242,21 @@ void cs_backtrackExt(void* data, int64_t value, CSbacktrackExt function)
   e->_extra._backtrackExt = function;
 }
 
-void _rcsRestore(TrailEvent* record)
+// The two sides by the lowest bit of an event on a bound. Records of the trail and of the queue come for either side as
+// if at random, so that a table does better than a branch.
+static constexpr int32_t CSint::* boundOf[2] = {&CSint::_min, &CSint::_max};
+static constexpr int32_t CSint::* toldOf[2] = {&CSint::_propMin, &CSint::_propMax};
+
+/// Undoes what isn't a change of a domain.
+[[gnu::noinline]] static void restoreOther(const TrailEvent* record)
 {
-  auto* variable = static_cast<CSint*>(record->_subject);
-  int32_t value = record->_value._int;
   switch (record->_kind) {
-  case NewMin:
-  case NewMinEq:
-    variable->_nbElements = record->_extra._int;
-    variable->_min = variable->_propMin = value;
-    break;
-  case NewMax:
-  case NewMaxEq:
-    variable->_nbElements = record->_extra._int;
-    variable->_max = variable->_propMax = value;
-    break;
-  case Neq:
-    variable->_nbElements = record->_extra._int;
-    rcsDomainOn(variable->_domain, value);
-    break;
   case TrailTconstraint:
     // Undone in reverse order of attaching, so the head of the list is the attachment that was recorded.
-    _rcsRemoveConstraint(variable);
+    _rcsRemoveConstraint(static_cast<CSint*>(record->_subject));
     break;
   case TrailBacktrack:
-    record->_extra._backtrack(record->_subject, value);
+    record->_extra._backtrack(record->_subject, record->_value._int);
     break;
   case TrailBacktrackExt:
     record->_extra._backtrackExt(record->_subject, record->_value._wide);
@@ -275,6 +265,24 @@ void _rcsRestore(TrailEvent* record)
     break;
   }
 }
+
+static inline void restore(const TrailEvent* record)
+{
+  auto* variable = static_cast<CSint*>(record->_subject);
+  const uint32_t kind = record->_kind;
+  const int32_t value = record->_value._int;
+  if (kind <= NewMaxEq) {
+    variable->_nbElements = record->_extra._int;
+    variable->*boundOf[kind & 1] = variable->*toldOf[kind & 1] = value;
+  } else if (kind == Neq) {
+    variable->_nbElements = record->_extra._int;
+    rcsDomainOn(variable->_domain, value);
+  } else {
+    restoreOther(record);
+  }
+}
+
+void _rcsRestore(TrailEvent* record) { restore(record); }
 
 void _rcsFinalizeEvent(TrailEvent* e)
 {
@@ -306,7 +314,7 @@ int32_t _rcsPopContext(void)
 static void undoTo(int32_t eventIndex)
 {
   while (_e._used > eventIndex)
-    _rcsRestore(_rcsPopEvent());
+    restore(_rcsPopEvent());
 }
 
 static void dropTo(int32_t eventIndex)
@@ -422,34 +430,23 @@ struct Change
 static inline bool takeStep(const PropagationRecord* record, Change* change)
 {
   CSint* v = record->_variable;
-  int32_t value = record->_value;
-  switch (record->_event) {
-  case NewMin:
-    if (v->_min > value)
-      return false;
-    [[fallthrough]];
-  case NewMinEq:
-    *change = {v, record->_event, v->_propMin, value};
-    v->_propMin = value;
-    return true;
-  case NewMax:
-    if (v->_max < value)
-      return false;
-    [[fallthrough]];
-  case NewMaxEq:
-    *change = {v, record->_event, v->_propMax, value};
-    v->_propMax = value;
-    return true;
-  case Eq:
-    *change = {v, record->_event, v->_propMin, v->_propMax};
+  const uint32_t event = record->_event;
+  const int32_t value = record->_value;
+  if (event == Neq) {
+    *change = {v, event, value, value};
+    return v->_min < value && value < v->_max;
+  }
+  if (event == Eq) {
+    *change = {v, event, v->_propMin, v->_propMax};
     v->_propMin = v->_propMax = v->_min;
     return true;
-  default:
-    if (v->_min >= value || v->_max <= value)
-      return false;
-    *change = {v, record->_event, value, value};
-    return true;
   }
+  // Only a variable that stays free can have moved on.
+  if ((event == NewMin && v->_min > value) || (event == NewMax && v->_max < value))
+    return false;
+  *change = {v, event, v->*toldOf[event & 1], value};
+  v->*toldOf[event & 1] = value;
+  return true;
 }
 
 /// Only the low 8 bits of a handler's answer count.
