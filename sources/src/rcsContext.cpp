@@ -313,8 +313,12 @@ int32_t _rcsPopContext(void)
 
 static void undoTo(int32_t eventIndex)
 {
-  while (_e._used > eventIndex)
-    restore(_rcsPopEvent());
+  while (_e._used > eventIndex) {
+    TrailEvent* e = giveBackRecord(_e);
+    if (e->_kind > Neq) [[unlikely]]
+      _rcsFinalizeEvent(e);
+    restore(e);
+  }
 }
 
 static void dropTo(int32_t eventIndex)
