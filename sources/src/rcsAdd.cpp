@@ -72,32 +72,35 @@ static int PaddEqEvent(CSint* v, Tconstraint* t, int32_t old, int32_t now)
   return PaddNewMinEvent(v, t, old, now) && PaddNewMaxEvent(v, t, old, now);
 }
 
-// With one of the three fixed the other two mirror each other's removals. The first removal may fix another one.
+// With one of the three fixed the other two mirror each other's removals. The first removal may fix another one. Told
+// of a removal of its own the constraint would mirror it back, to where the value is missing already: but where the sum
+// stands for an addend as well, one removal brings about another one.
 
-static int removeFromAddend(CSint* addend, const CSint* sum, int32_t removed)
+static int removeFromAddend(CSint* addend, const CSint* sum, int32_t removed, const Constraint* cause)
 {
-  return !isFixed(sum) || removeIfHeld(addend, satSubNotFrom0(sum->_min, removed));
+  return !isFixed(sum) || removeIfHeld(addend, satSubNotFrom0(sum->_min, removed), cause);
 }
 
-static int removeFromSum(CSint* sum, const CSint* other, int32_t removed)
+static int removeFromSum(CSint* sum, const CSint* other, int32_t removed, const Constraint* cause)
 {
-  return !isFixed(other) || removeIfHeld(sum, satAdd(removed, other->_min));
+  return !isFixed(other) || removeIfHeld(sum, satAdd(removed, other->_min), cause);
 }
 
-static int removeWithOther(CSint* addend, const CSint* other, int32_t removed)
+static int removeWithOther(CSint* addend, const CSint* other, int32_t removed, const Constraint* cause)
 {
-  return !isFixed(other) || removeIfHeld(addend, satSubNotFrom0(removed, other->_min));
+  return !isFixed(other) || removeIfHeld(addend, satSubNotFrom0(removed, other->_min), cause);
 }
 
 static int PaddNeqEvent(CSint* v, Tconstraint* t, int32_t removed, int32_t)
 {
   auto* r = dataOf<AddData>(t);
   CSint *sum = r->_sum, *left = r->_left, *right = r->_right;
+  const Constraint* cause = sum == right ? nullptr : t->_constraint;
   if (v == left)
-    return removeFromAddend(right, sum, removed) && removeFromSum(sum, right, removed);
+    return removeFromAddend(right, sum, removed, cause) && removeFromSum(sum, right, removed, cause);
   if (v == right)
-    return removeFromAddend(left, sum, removed) && removeFromSum(sum, left, removed);
-  return removeWithOther(right, left, removed) && removeWithOther(left, right, removed);
+    return removeFromAddend(left, sum, removed, cause) && removeFromSum(sum, left, removed, cause);
+  return removeWithOther(right, left, removed, cause) && removeWithOther(left, right, removed, cause);
 }
 
 static const Handler Padd[6] = {

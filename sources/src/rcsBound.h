@@ -2,8 +2,9 @@
  * The two sides of a mirror. A rule on lower bounds that has its mirror on upper bounds is written once, as a template
  * over a side, and each named handler is one line that says which side it means.
  *
- * On either side, `inside(a, b)` says that the bound a is tighter than b, `reaches(a, b, n)` that it is so by n at least,
- * `step(value, n)` moves by n inwards, and `gap(a, b)` is how far b lies inwards of a, exact for any two 64-bit integers in that order.
+ * On either side, `inside(a, b)` says that the bound a is tighter than b, `reaches(a, b, n)` that it is so by n at
+ * least, `step(value, n)` moves by n inwards, and `gap(a, b)` is how far b lies inwards of a, exact for any two 64-bit
+ * integers in that order.
  */
 #ifndef RCS_BOUND_H
 #define RCS_BOUND_H
@@ -61,10 +62,16 @@ inline bool holds(const CSint* v, int32_t value)
 
 inline bool isFixed(const CSint* v) { return v->_nbElements == 1; }
 
-/// As rcsRemoveValue, for a value that is known to be in the domain.
-int removeHeld(CSint* v, int32_t value);
+/// As rcsRemoveValue, for a value that is known to be in the domain. `cause` is a constraint that would have nothing to
+/// do when it was told of this removal, or null.
+int removeHeld(CSint* v, int32_t value, const Constraint* cause);
 
-inline int removeIfHeld(CSint* v, int32_t value) { return holds(v, value) ? removeHeld(v, value) : 1; }
+inline int removeIfHeld(CSint* v, int32_t value, const Constraint* cause)
+{
+  return holds(v, value) ? removeHeld(v, value, cause) : 1;
+}
+
+inline int removeIfHeld(CSint* v, int32_t value) { return removeIfHeld(v, value, nullptr); }
 
 /// In 32 bits that wrap, like the count itself.
 inline bool hasHoles(const CSint* v) { return v->_domain && v->_nbElements != wrapCount(v->_min, v->_max); }

@@ -9,6 +9,7 @@
 #include <cstring>
 
 ConstraintInfo* kernel::CurrentCI = nullptr;
+bool kernel::ForeignCode = false;
 
 ConstraintInfo* rcsGetEventCI(void) { return CurrentCI; }
 
@@ -63,6 +64,12 @@ static Constraint* makeConstraint(ConstraintInfo* info, const Handler* handlers,
 }
 
 Constraint* rcsCreateConstraint(ConstraintInfo* info, void* data, const Handler* handlers)
+{
+  ForeignCode = true;
+  return newConstraintOn(info, data, handlers);
+}
+
+Constraint* newConstraintOn(ConstraintInfo* info, void* data, const Handler* handlers)
 {
   Constraint* constraint = makeConstraint(info, handlers, 0);
   if (constraint)

@@ -57,6 +57,7 @@ void cs_setErrHandler(int code, CSerrHandler handler, void* extra)
     return;
   *errExtras[code + 3] = extra;
   *errHandlers[code + 3] = handler ? handler : errDefaults[code + 3];
+  ForeignCode |= handler != nullptr;
 }
 
 int cs_getErr(void) { return err; }
@@ -151,6 +152,7 @@ static bool openHeaps()
   _pq._head = _pq._tail = _pq._free = nullptr;
   _pq._depth = _pq._depthLimit = 0;
   _pq._failures = 0;
+  ForeignCode = false;
   return true;
 }
 
@@ -244,8 +246,8 @@ void cs_backtrackExt(void* data, int64_t value, CSbacktrackExt function)
 
 // The two sides by the lowest bit of an event on a bound. Records of the trail and of the queue come for either side as
 // if at random, so that a table does better than a branch.
-static constexpr int32_t CSint::* boundOf[2] = {&CSint::_min, &CSint::_max};
-static constexpr int32_t CSint::* toldOf[2] = {&CSint::_propMin, &CSint::_propMax};
+static constexpr int32_t CSint::*boundOf[2] = {&CSint::_min, &CSint::_max};
+static constexpr int32_t CSint::*toldOf[2] = {&CSint::_propMin, &CSint::_propMax};
 
 /// Undoes what isn't a change of a domain.
 [[gnu::noinline]] static void restoreOther(const TrailEvent* record)

@@ -316,7 +316,7 @@ template <typename Block>
 static bool make(
     Constraint** made, ConstraintInfo* info, Block*& block, const Handler* handlers, void (*destructor)(void*))
 {
-  Constraint* constraint = *made = rcsCreateConstraint(info, block, handlers);
+  Constraint* constraint = *made = newConstraintOn(info, block, handlers);
   if (!constraint)
     return false;
   constraint->_refCount++;

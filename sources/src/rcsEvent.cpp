@@ -53,6 +53,7 @@ static int ask(ConstraintInfo* info, Callback callback, Arguments... arguments)
 template <typename Data>
 static int postWatcher(ConstraintInfo* info, const Handler* handlers, const Data& data, uint32_t state = 0)
 {
+  ForeignCode = true;
   Constraint* watcher = newConstraint(info, handlers, data);
   if (!watcher)
     return 0;

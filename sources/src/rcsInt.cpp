@@ -208,8 +208,10 @@ static inline int tellFixedInside(CSint* v, int32_t value)
   });
 }
 
-static inline int tellRemoved(CSint* v, int32_t value)
+static inline int tellRemoved(CSint* v, int32_t value, const Constraint* cause)
 {
+  if (v->_constraints && isUnheard(v, cause))
+    return 1;
   return propagate(v, Neq, value, [=] { return flushChange(v, Neq, value, value); });
 }
 
@@ -388,15 +390,15 @@ int rcsRemoveValue(CSint* variable, int32_t value)
     return value != variable->_min;
   if (variable->_domain && !bitAt(variable->_domain, value))
     return 1;
-  return removeHeld(variable, value);
+  return removeHeld(variable, value, nullptr);
 }
 
-int removeHeld(CSint* variable, int32_t value)
+int removeHeld(CSint* variable, int32_t value, const Constraint* cause)
 {
   if (isFixed(variable))
     return value != variable->_min;
   if (!hasRoom(_e)) [[unlikely]]
-    return withRoom(removeHeld, variable, value);
+    return withRoom(rcsRemoveValue, variable, value);
   if (value == variable->_min) {
     writeOld(variable, NewMin, value, variable->_nbElements);
     // After an accepted context the count may be too high for bounds that meet, at the very edge of 32 bits too.
@@ -412,7 +414,7 @@ int removeHeld(CSint* variable, int32_t value)
     return 0;
   rcsDomainOff(variable->_domain, value);
   variable->_nbElements = wrapSub(variable->_nbElements, 1);
-  return tellRemoved(variable, value);
+  return tellRemoved(variable, value, cause);
 }
 
 int _rcsRemoveValue(CSint* variable, int32_t value)

@@ -6,6 +6,7 @@
 #define RCS_KERNEL_H
 
 #include "rcsHeap.h"
+#include "rcsPrivate.h"
 
 /// Changes wait here, as records in the order in which they were made, until a flush reaches them.
 struct PropagationQueue
@@ -55,6 +56,26 @@ inline int propagate(CSint* variable, uint32_t event, int32_t value, Tell tell)
   if (_pq._head || _pq._depth > _pq._depthLimit)
     return queueChange(variable, event, value);
   return tell();
+}
+
+/// Would the removal of an inner value wake nobody, or none but `cause`, the constraint that removes it and is known to
+/// have nothing to do then? Such a removal needn't be told, as nobody could tell. A profiler could, which counts the
+/// calls; and so could code of the client's that runs before the turn of the record would have come, and starts one.
+inline bool isUnheard(const CSint* variable, const Constraint* cause)
+{
+  constexpr uint32_t awaited = 1u << Neq | statefulBit;
+  if (IsProfileEnabled || ForeignCode)
+    return false;
+  const Tconstraint* t = variable->_constraints;
+  while (t && (t->_eventsOn & awaited)) {
+    if (!(t->_events & awaited))
+      t = t->_nextOther;
+    else if (t->_constraint == cause)
+      t = t->_next;
+    else
+      return false;
+  }
+  return true;
 }
 
 #endif

@@ -10,6 +10,7 @@
 namespace kernel {
 extern ConstraintInfo* CurrentCI;    ///< info of the client callback now running; set by the event watchers alone
 extern signed char IsProfileEnabled; ///< the queue tests it at each handler call
+extern bool ForeignCode; ///< code of the client's may run inside a flush, and has been able to since cs_init
 } // namespace kernel
 using namespace kernel;
 
@@ -25,7 +26,10 @@ void _flushPropagationQueue(void);
 /// Gives one use of the info up; the last one frees it.
 void releaseInfo(ConstraintInfo* info);
 
-/// As rcsCreateConstraint, with `size` bytes for the private record in the block of the constraint itself.
+/// As rcsCreateConstraint, for handlers of the library's own.
+Constraint* newConstraintOn(ConstraintInfo* info, void* data, const Handler* handlers);
+
+/// The same with `size` bytes for the private record in the block of the constraint itself.
 Constraint* newConstraintWithData(ConstraintInfo* info, const Handler* handlers, size_t size);
 
 /// Frees a constraint that has no attachments, with its data and its claim on the info.

@@ -49,10 +49,10 @@ Data* newRecord(const Data& data)
   return record;
 }
 
-/// As rcsCreateConstraint, but frees the record when it fails.
+/// As newConstraintOn, but frees the record when it fails.
 inline Constraint* constraintOf(ConstraintInfo* info, void* record, const Handler* handlers)
 {
-  Constraint* constraint = rcsCreateConstraint(info, record, handlers);
+  Constraint* constraint = newConstraintOn(info, record, handlers);
   if (!constraint)
     free(record);
   return constraint;

@@ -89,7 +89,8 @@ static int PeqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
 
 static int PeqNeqEvent(CSint* v, Tconstraint* t, int32_t removed, int32_t)
 {
-  return removeIfHeld(otherThan(v, dataOf<RelationData>(t)), removed);
+  // Told of that removal it would remove the value here once more.
+  return removeIfHeld(otherThan(v, dataOf<RelationData>(t)), removed, t->_constraint);
 }
 
 static const Handler Peq[6] = {PeqNewMinEvent, PeqNewMaxEvent, PeqNewMinEvent, PeqNewMaxEvent, PeqEqEvent, PeqNeqEvent};

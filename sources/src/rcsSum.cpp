@@ -267,8 +267,7 @@ static int fitOthers(const ScalProdData* s, int32_t k)
   if (!pushResult<Lower>(z, sums._lowest) || !pushResult<Upper>(z, sums._highest))
     return 0;
   Rooms rooms = {._above = Lower::gap(sums._lowest, max), ._below = Upper::gap(sums._highest, min)};
-  return sums._widest <= smallerOf(rooms) ||
-         (cutRange(s, 0, k, rooms) && cutRange(s, k + 1, s->_size, rooms));
+  return sums._widest <= smallerOf(rooms) || (cutRange(s, 0, k, rooms) && cutRange(s, k + 1, s->_size, rooms));
 }
 
 static int PscalProdVintNewMinEvent(CSint*, Tconstraint* t, int32_t, int32_t)

@@ -438,6 +438,50 @@ TEST(Sequences, WildAcceptsAndFailures)
   EXPECT_GT(done, 20 * stopped);
 }
 
+/// What a client sees of a sequence: answers and domains, step by step.
+static std::string transcript(uint64_t seed, bool foreign)
+{
+  Random random(seed);
+  cs_init();
+  cs_setProfilerLocator("test", cheapLocator, nullptr);
+  if (foreign)
+    cs_setErrHandler(
+        CS_ERR_OVERFLOW, [](CSint*, void*) {}, nullptr);
+  std::deque<std::pair<Vars, Values>> postings;
+  Vars all;
+  for (int i = random.pick(3, 6); i > 0; i--)
+    all.push_back(makeVar(random.chance(50) ? "{-3..9}" : "{-6, -2..0, 3, 5..7, 12}"));
+  std::string story;
+  for (int step = 0; step < 40; step++) {
+    cs_saveContext();
+    Posted answer = 1;
+    const SequenceRow& row = rows[size_t(random.pick(0, int(rows.size()) - 1))];
+    if (step < 15 && row.name != std::string("meddler")) {
+      auto& [x, p] = postings.emplace_back();
+      for (int i = random.pick(row.count.low, row.count.high); i > 0; i--)
+        x.push_back(random.oneOf(all));
+      p = row.parameters ? row.parameters(random) : Values();
+      answer = row.post(x, p);
+    } else {
+      answer = (random.chance(70) ? cs_NEQ : cs_EQ)(random.oneOf(all), random.pick(-7, 13));
+    }
+    story += '\n' + std::to_string(answer.ok) + ": " + textsOf(all);
+    if (!answer.ok)
+      cs_restoreContext();
+    else if (step < 15)
+      all.insert(all.end(), answer.results.begin(), answer.results.end());
+  }
+  cs_end();
+  return story;
+}
+
+// A removal that nobody would learn of isn't told. With a handler of the client's in place everything is told.
+TEST(Sequences, NobodyMissesWhatIsLeftUntold)
+{
+  for (uint64_t seed = firstSeed(); seed < firstSeed() + 1500; seed++)
+    ASSERT_EQ(transcript(seed, false), transcript(seed, true)) << "KU_SEED=" << seed;
+}
+
 TEST(Sequences, CatchFaultsCrashesAndLeaks)
 {
   auto wrong = [](SequenceRow row) {
