@@ -336,7 +336,7 @@ static CSint* chooseOrder(CSint**, int)
   Vars& starts = shopModel.starts;
   const Vars& orders = shopModel.orders;
   const int order = tightestOrder(
-      shopModel.pairs, shopModel.durations, [&](int p) { return cs_isFree(orders[size_t(2 * p)]); },
+      shopModel.pairs, shopModel.durations, [&](int p) { return orders[size_t(2 * p)]->_nbElements > 1; },
       [&](int i) { return starts[size_t(i)]->_min; }, [&](int i) { return starts[size_t(i)]->_max; });
   return order >= 0 ? orders[size_t(order)] : cs_findFreeVar(starts.data(), int(starts.size()));
 }

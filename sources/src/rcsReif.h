@@ -38,46 +38,13 @@ struct ReifTables
   const Handler* _watcher;
 };
 
-template <typename Data>
-Data* newRecord(const Data& data)
-{
-  auto* record = static_cast<Data*>(malloc(sizeof(Data)));
-  if (record)
-    *record = data;
-  else
-    rcsHandleNoMemoryError();
-  return record;
-}
-
-/// As newConstraintOn, but frees the record when it fails.
-inline Constraint* constraintOf(ConstraintInfo* info, void* record, const Handler* handlers)
-{
-  Constraint* constraint = newConstraintOn(info, record, handlers);
-  if (!constraint)
-    free(record);
-  return constraint;
-}
-
-/// Posts the enforcer on `b` and then the watcher on the variables. The answer is `b`, or null when memory ran out;
-/// both records are had before anything is attached.
+/// Posts the enforcer on `b` and then the watcher on the variables. The answer is `b`, or null when memory ran out.
 template <typename Enforcer, typename Watcher, typename... Variables>
 CSint* postReified(ConstraintInfo* info, const ReifTables& tables, CSint* b, const Enforcer& enforcerData,
     const Watcher& watcherData, Variables*... variables)
 {
-  Enforcer* enforcerRecord = newRecord(enforcerData);
-  if (!enforcerRecord)
-    return nullptr;
-  Watcher* watcherRecord = newRecord(watcherData);
-  if (!watcherRecord) {
-    free(enforcerRecord);
-    return nullptr;
-  }
-  Constraint* enforcer = constraintOf(info, enforcerRecord, tables._enforcer);
-  if (!enforcer || !_rcsAddConstraint(enforcer, b, -1)) {
-    free(watcherRecord);
-    return nullptr;
-  }
-  Constraint* watcher = constraintOf(info, watcherRecord, tables._watcher);
+  Constraint* enforcer = newConstraint(info, tables._enforcer, enforcerData);
+  Constraint* watcher = newCompanion(enforcer, b, info, tables._watcher, watcherData);
   return watcher && (_rcsAddConstraint(watcher, variables, -1) && ...) ? b : nullptr;
 }
 
