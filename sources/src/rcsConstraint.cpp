@@ -133,6 +133,8 @@ int _rcsAddConstraint(Constraint* constraint, CSint* variable, int32_t index)
   }
   constraint->_refCount++;
   t->_constraint = constraint;
+  t->_handlers = constraint->_handlers;
+  t->_data = constraint->_data;
   t->_next = older;
   t->_index = index;
   // One with a state is to be looked at whatever happens.

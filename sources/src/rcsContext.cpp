@@ -458,7 +458,7 @@ static inline bool takeStep(const PropagationRecord* record, Change* change)
 /// Only the low 8 bits of a handler's answer count.
 static inline bool wake(const Change& change, Tconstraint* t)
 {
-  return uint8_t(t->_constraint->_handlers[change._event](change._variable, t, change._old, change._now)) != 0;
+  return uint8_t(t->_handlers[change._event](change._variable, t, change._old, change._now)) != 0;
 }
 
 /// What an attachment's _events say of one event, in one comparison: `_wanted` for an ordinary constraint that is to be

@@ -14,7 +14,7 @@
 template <typename Data>
 inline Data* dataOf(const Tconstraint* t)
 {
-  return static_cast<Data*>(t->_constraint->_data);
+  return static_cast<Data*>(t->_data);
 }
 
 /// Asks the locator in the name of the entry point in whose body this stands. Forced inline, because the default
