@@ -5,7 +5,8 @@
  * consistent. An order wakes on a raised minimum of its left side and a lowered maximum of its right side only; the
  * other two moves cannot narrow anything. x >= y and x > y are the same constraints with the sides exchanged.
  *
- * Both variables are attached by name, and a handler tells them apart by comparing with _x.
+ * Both variables are attached by name, and a handler tells them apart by comparing with _x; that of x != y has no need
+ * to.
  */
 #include "rcsBound.h"
 #include "rcsPost.h"
@@ -30,18 +31,32 @@ static int PneqInitialize(CSint* x, CSint* y)
   return !isFixed(y) || removeIfHeld(x, y->_min);
 }
 
+/// Disequalities come in hundreds to a variable, so each attachment holds the other variable in place of the record: the
+/// walk over them reads nothing else that isn't side by side in memory.
+static int attachTo(Constraint* neq, CSint* v, CSint* other)
+{
+  if (!_rcsAddConstraint(neq, v, -1))
+    return 0;
+  v->_constraints->_data = other;
+  return 1;
+}
+
 static int PneqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
 {
-  auto* r = dataOf<RelationData>(t);
-  return v == r->_x ? removeIfHeld(r->_y, v->_min) : removeIfHeld(r->_x, r->_y->_min);
+  return removeIfHeld(dataOf<CSint>(t), v->_min);
 }
 
 static const Handler Pneq[6] = {Ptrue, Ptrue, PneqEqEvent, PneqEqEvent, PneqEqEvent, Ptrue};
 
+static int doNeq(ConstraintInfo* info, CSint* x, CSint* y)
+{
+  Constraint* neq = newConstraint(info, Pneq, RelationData{._x = x, ._y = y});
+  return neq && attachTo(neq, x, y) && attachTo(neq, y, x) && PneqInitialize(x, y);
+}
+
 int cs_Neq(CSint* x, CSint* y)
 {
-  return x != y &&
-         postAs("cs_Neq", [=](ConstraintInfo* info) { return postRelation(info, Pneq, x, y, PneqInitialize); });
+  return x != y && postAs("cs_Neq", [=](ConstraintInfo* info) { return doNeq(info, x, y); });
 }
 
 // =====================================================================================================================
