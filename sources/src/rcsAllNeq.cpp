@@ -32,14 +32,10 @@ static int rewatch(AllNeqData* a)
     return 1;
   for (int32_t i = 0; i < a->_size; i++) {
     CSint* v = a->_vars[i];
-    if (v->_min < low) {
-      low = v->_min;
-      minVar = v;
-    }
-    if (v->_max > high) {
-      high = v->_max;
-      maxVar = v;
-    }
+    minVar = v->_min < low ? v : minVar;
+    low = smallerOf(v->_min, low);
+    maxVar = v->_max > high ? v : maxVar;
+    high = largerOf(v->_max, high);
     if (isWideEnough(low, high, a->_size)) {
       a->_minVar = minVar;
       a->_maxVar = maxVar;
