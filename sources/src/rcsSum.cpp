@@ -181,9 +181,8 @@ struct Term
 /// A negative coefficient exchanges the ends: without a branch, as signs alternate in many equations.
 static Term termOf(const CSint* v, int32_t coeff)
 {
-  const int64_t atMin = int64_t(coeff) * v->_min, atMax = int64_t(coeff) * v->_max;
-  const int64_t exchange = (atMin ^ atMax) & (coeff >> 31);
-  return {._lowest = atMin ^ exchange, ._highest = atMax ^ exchange};
+  const int32_t min = v->_min, max = v->_max, exchange = (min ^ max) & coeff >> 31;
+  return {._lowest = int64_t(coeff) * (min ^ exchange), ._highest = int64_t(coeff) * (max ^ exchange)};
 }
 
 /// The sums that posting went through did not overflow, and terms mostly narrow from there. But operands can become
