@@ -16,7 +16,6 @@
 #include "rcsBound.h"
 #include "rcsPost.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 
@@ -39,7 +38,13 @@ struct Sums
 {
   int64_t _lowest;
   int64_t _highest;
-  uint64_t _widest; ///< span of the widest term: where that is within the room, no operand has to be looked at again
+};
+
+/// Of terms with coefficients. Where the span of the widest one is within the room, none has to be looked at again:
+/// that would take as long once more.
+struct TermSums : Sums
+{
+  uint64_t _widest;
 };
 
 template <typename Side>
@@ -67,6 +72,14 @@ static int pushResult(CSint* result, int64_t sum)
   return !Side::inside(sum, Side::of(result)) || Side::tighten(result, int32_t(sum));
 }
 
+/// Can the limit on the sum, which is the result's far bound, narrow an operand at all? Not where no values of the
+/// operands go beyond it: as when that bound came from the sum itself, which is why z often wakes its own constraint.
+template <typename Side>
+static bool isBinding(int32_t limit, const Sums& sums)
+{
+  return Side::Opposite::inside(limit, sumOn<typename Side::Opposite>(sums));
+}
+
 /// The result has moved.
 template <typename Side, typename Data>
 static int fitOperands(const Data* s)
@@ -75,8 +88,7 @@ static int fitOperands(const Data* s)
   int32_t limit = Side::Opposite::of(s->_result);
   if (Side::inside(sumOn<Side>(sums), limit))
     return 0;
-  uint64_t room = Side::gap(sumOn<Side>(sums), limit);
-  return sums._widest <= room || cutAll<Side>(s, room);
+  return !isBinding<Side>(limit, sums) || cutAll<Side>(s, Side::gap(sumOn<Side>(sums), limit));
 }
 
 // =====================================================================================================================
@@ -87,15 +99,12 @@ static int fitOperands(const Data* s)
 static Sums sumsOf(const SigmaData* s)
 {
   CSint* const* vars = s->_vars;
-  int64_t lowest = 0, highest = 0;
-  uint32_t widest = 0;
+  Sums sums = {._lowest = 0, ._highest = 0};
   for (int32_t i = 0, n = s->_size; i < n; i++) {
-    const int32_t min = vars[i]->_min, max = vars[i]->_max;
-    lowest += min;
-    highest += max;
-    widest = std::max(widest, widthBetween(min, max));
+    sums._lowest += vars[i]->_min;
+    sums._highest += vars[i]->_max;
   }
-  return {._lowest = lowest, ._highest = highest, ._widest = widest};
+  return sums;
 }
 
 template <typename Side>
@@ -124,7 +133,7 @@ static int fitOthers(const SigmaData* s, int32_t k)
   if (Side::inside(sum, limit) || !pushResult<Side>(s->_result, sum))
     return 0;
   uint64_t room = Side::gap(sum, limit);
-  return sums._widest <= room || (cutRange<Side>(s, 0, k, room) && cutRange<Side>(s, k + 1, s->_size, room));
+  return !isBinding<Side>(limit, sums) || (cutRange<Side>(s, 0, k, room) && cutRange<Side>(s, k + 1, s->_size, room));
 }
 
 static int PsigmaVintNewMinEvent(CSint*, Tconstraint* t, int32_t, int32_t)
@@ -172,34 +181,30 @@ static const Handler PsigmaTint[6] = {PsigmaTintNewMinEvent, PsigmaTintNewMaxEve
 
 static uint64_t magnitudeOf(int32_t coeff) { return uint64_t(coeff < 0 ? -int64_t(coeff) : int64_t(coeff)); }
 
-struct Term
+/// The outermost value of the term on this side; without a branch on the sign.
+template <typename Side>
+static int64_t termOf(const CSint* v, int32_t coeff)
 {
-  int64_t _lowest;
-  int64_t _highest;
-};
-
-/// A negative coefficient exchanges the ends: without a branch, as signs alternate in many equations.
-static Term termOf(const CSint* v, int32_t coeff)
-{
-  const int32_t min = v->_min, max = v->_max, exchange = (min ^ max) & coeff >> 31;
-  return {._lowest = int64_t(coeff) * (min ^ exchange), ._highest = int64_t(coeff) * (max ^ exchange)};
+  int64_t a = int64_t(coeff) * v->_min, b = int64_t(coeff) * v->_max;
+  return Side::inside(a, b) ? b : a;
 }
 
 /// The sums that posting went through did not overflow, and terms mostly narrow from there. But operands can become
 /// wider than at posting, when a context inside another one is accepted and the other one restored: so the sums may
 /// wrap.
-static Sums sumsOf(const ScalProdData* s)
+static TermSums sumsOf(const ScalProdData* s)
 {
   CSint* const* vars = s->_vars;
   const int32_t* coeffs = s->_coeffs;
   uint64_t lowest = 0, highest = 0, widest = 0;
   for (int32_t i = 0, n = s->_size; i < n; i++) {
-    const Term term = termOf(vars[i], coeffs[i]);
-    lowest += uint64_t(term._lowest);
-    highest += uint64_t(term._highest);
-    widest = std::max(widest, uint64_t(term._highest - term._lowest));
+    const uint64_t low = uint64_t(termOf<Lower>(vars[i], coeffs[i])),
+                   high = uint64_t(termOf<Upper>(vars[i], coeffs[i]));
+    lowest += low;
+    highest += high;
+    widest = high - low > widest ? high - low : widest;
   }
-  return {._lowest = int64_t(lowest), ._highest = int64_t(highest), ._widest = widest};
+  return {{._lowest = int64_t(lowest), ._highest = int64_t(highest)}, widest};
 }
 
 static bool isWithin(const CSint* v, int32_t coeff, uint64_t room) { return widthOf(v) * magnitudeOf(coeff) <= room; }
@@ -241,7 +246,7 @@ struct Rooms
          rcsSetMax(v, wrapAdd(min, int32_t(uint32_t(forMax / magnitude))));
 }
 
-static uint64_t smallerOf(const Rooms& rooms) { return std::min(rooms._above, rooms._below); }
+static uint64_t smallerOf(const Rooms& rooms) { return rooms._above < rooms._below ? rooms._above : rooms._below; }
 
 static int cutRange(const ScalProdData* s, int32_t from, int32_t to, const Rooms& rooms)
 {
@@ -259,7 +264,7 @@ static int cutRange(const ScalProdData* s, int32_t from, int32_t to, const Rooms
 static int fitOthers(const ScalProdData* s, int32_t k)
 {
   CSint* z = s->_result;
-  Sums sums = sumsOf(s);
+  TermSums sums = sumsOf(s);
   int32_t min = z->_min, max = z->_max;
   if (sums._highest < min || sums._lowest > max)
     return 0;
@@ -379,14 +384,12 @@ CSint* doSigma(ConstraintInfo* info, CSint** vars, int32_t n, ArrayOf owner)
 static CSint* doScalProd(ConstraintInfo* info, CSint** vars, const int32_t* coeffs, int32_t n, ArrayOf owner)
 {
   int64_t lowest = 0, highest = 0;
-  for (int32_t i = 0; i < n; i++) {
-    const Term term = termOf(vars[i], coeffs[i]);
-    if (__builtin_add_overflow(lowest, term._lowest, &lowest) ||
-        __builtin_add_overflow(highest, term._highest, &highest)) {
+  for (int32_t i = 0; i < n; i++)
+    if (__builtin_add_overflow(lowest, termOf<Lower>(vars[i], coeffs[i]), &lowest) ||
+        __builtin_add_overflow(highest, termOf<Upper>(vars[i], coeffs[i]), &highest)) {
       rcsHandleOverflowError();
       return nullptr;
     }
-  }
   CSint* result = newResult(lowest, highest);
   return result ? postSum(info, ScalProdData{._result = result, ._coeffs = coeffs, ._vars = vars, ._size = n}, owner,
                       PscalProdVint, PscalProdTint)
