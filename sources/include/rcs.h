@@ -71,16 +71,15 @@ struct Constraint
 struct Tconstraint
 {
   Constraint* _constraint;
-  const Handler* _handlers; ///< those of the constraint, and
-  void* _data;        ///< what they work on, its record if it didn't put something else here: no walk has to fetch the
-                      ///< constraint
-  Tconstraint* _next; ///< next older attachment of the same variable
-  Tconstraint* _nextOther; ///< next older one whose _events are others: a walk goes there at an event not of this one
-  int32_t _index;          ///< position in the constraint's array, or -1 where it knows its variables by name
-  uint8_t _events;         ///< those of the constraint, or all bits
-  uint8_t _eventsOn;       ///< those of this attachment and all older ones: a walk ends here at other events
-  uint8_t _block;          ///< attachments in the memory block in which this one lies
-  uint8_t _room;           ///< of these, the places behind this one
+  const Handler* _handlers; ///< those of the constraint, so that a walk doesn't have to fetch it
+  void* _data;              ///< what they work on: its record, or what was put here in place of that
+  Tconstraint* _next;       ///< next older attachment of the same variable
+  Tconstraint* _nextOther;  ///< next older one whose _events are others: a walk goes there at an event not of this one
+  int32_t _index;           ///< position in the constraint's array, or -1 where it knows its variables by name
+  uint8_t _events;          ///< those of the constraint, or all bits
+  uint8_t _eventsOn;        ///< those of this attachment and all older ones: a walk ends here at other events
+  uint8_t _block;           ///< attachments in the memory block in which this one lies
+  uint8_t _room;            ///< of these, the places behind this one
 };
 
 /// The handler without interest: returns 1.
