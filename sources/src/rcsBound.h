@@ -81,13 +81,12 @@ inline int fixIfHeld(CSint* v, int32_t value) { return holds(v, value) ? rcsSetV
 /// How far an order keeps the bounds of its two sides apart.
 constexpr int32_t loose = 0, strict = 1;
 
-/// Tightens one side of `v` until it is at `bound` or inside of it, and with `strict` inside of it, where that is a
-/// change. The step inwards wraps: at the edge of 32 bits it isn't one, and pushes nothing.
-template <typename Side, int32_t gap = loose>
-inline int pushBound(CSint* v, int32_t bound)
+/// Tightens one side of `v` until it is at `bound`, or inside of it by the gap, where that is a change. The step
+/// inwards wraps: at the edge of 32 bits it isn't one, and pushes nothing.
+template <typename Side>
+inline int pushBound(CSint* v, int32_t bound, int32_t gap = loose)
 {
-  bool stands = gap == strict ? Side::inside(Side::of(v), bound) : !Side::inside(bound, Side::of(v));
-  return stands ? 1 : Side::tighten(v, Side::step(bound, gap));
+  return Side::reaches(Side::of(v), bound, gap) ? 1 : Side::tighten(v, Side::step(bound, gap));
 }
 
 #endif

@@ -68,8 +68,8 @@ static int decideTrue(const ReifData* r)
 template <int32_t gap>
 static int enforceOrder(CSint* lesser, CSint* greater)
 {
-  return !isFalse<gap>(lesser, greater) && pushBound<Upper, gap>(lesser, greater->_max) &&
-         pushBound<Lower, gap>(greater, lesser->_min);
+  return !isFalse<gap>(lesser, greater) && pushBound<Upper>(lesser, greater->_max, gap) &&
+         pushBound<Lower>(greater, lesser->_min, gap);
 }
 
 template <int32_t gap>
@@ -84,7 +84,7 @@ static int enforceTruth(const CSint* b, CSint* x, CSint* y)
 /// been decided. The push goes by the bound that the event tells and not by the present one, as a later event brings
 /// the rest; where the step from it leaves the 32 bits nothing is pushed, and the enforcer fails when its turn comes.
 ///
-/// There is one branch for the state of the boolean, which is as good as random, and none for the place of `v`.
+/// There is no branch on the place of `v`, which is as good as random.
 template <typename Side, int32_t gap>
 static int onMove(const CSint* v, const Tconstraint* t, int32_t bound)
 {
@@ -94,9 +94,7 @@ static int onMove(const CSint* v, const Tconstraint* t, int32_t bound)
   const int32_t gapShown = shown == (gap == strict) ? strict : loose;
   if (!isFixed(r->_bool))
     return Side::reaches(Side::of(v), Side::Opposite::of(other), gapShown) ? rcsSetValue(r->_bool, shown) : 1;
-  const int32_t gapPushed = strict - gapShown;
-  const bool stands = ((r->_bool->_min != 0) == shown) | Side::reaches(Side::of(other), bound, gapPushed);
-  return stands ? 1 : Side::tighten(other, Side::step(bound, gapPushed));
+  return (r->_bool->_min != 0) == shown ? 1 : pushBound<Side>(other, bound, strict - gapShown);
 }
 
 template <int32_t gap>

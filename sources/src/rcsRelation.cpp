@@ -31,8 +31,8 @@ static int PneqInitialize(CSint* x, CSint* y)
   return !isFixed(y) || removeIfHeld(x, y->_min);
 }
 
-/// Disequalities come in hundreds to a variable, so each attachment holds the other variable in place of the record: the
-/// walk over them reads nothing else that isn't side by side in memory.
+/// Disequalities come in hundreds to a variable, so each attachment holds the other variable in place of the record:
+/// the walk over them reads nothing else that isn't side by side in memory.
 static int attachTo(Constraint* neq, CSint* v, CSint* other)
 {
   if (!_rcsAddConstraint(neq, v, -1))
@@ -41,10 +41,7 @@ static int attachTo(Constraint* neq, CSint* v, CSint* other)
   return 1;
 }
 
-static int PneqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
-{
-  return removeIfHeld(dataOf<CSint>(t), v->_min);
-}
+static int PneqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return removeIfHeld(dataOf<CSint>(t), v->_min); }
 
 static const Handler Pneq[6] = {Ptrue, Ptrue, PneqEqEvent, PneqEqEvent, PneqEqEvent, Ptrue};
 
@@ -126,13 +123,13 @@ int cs_Eq(CSint* x, CSint* y)
 template <int32_t gap>
 static int raiseY(CSint* x, CSint* y)
 {
-  return int64_t(x->_min) + gap <= y->_min || rcsSetMin(y, wrapAdd(x->_min, gap));
+  return pushBound<Lower>(y, x->_min, gap);
 }
 
 template <int32_t gap>
 static int lowerX(CSint* x, CSint* y)
 {
-  return x->_max <= int64_t(y->_max) - gap || rcsSetMax(x, wrapSub(y->_max, gap));
+  return pushBound<Upper>(x, y->_max, gap);
 }
 
 static int PleInitialize(CSint* x, CSint* y) { return raiseY<loose>(x, y) && lowerX<loose>(x, y); }
