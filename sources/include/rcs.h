@@ -205,6 +205,7 @@ struct ContextRecord
 {
   int32_t _eventIndex;       ///< height of the trail at the save
   uint32_t _savedDepthLimit; ///< the queue's limit before the save
+  uint64_t _birth;           ///< contexts that had been saved when this one was, itself included
 };
 
 struct PropagationRecord

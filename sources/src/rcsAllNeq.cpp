@@ -9,9 +9,16 @@
  * 32-bit arithmetic that wraps, so variables further apart than that fail.
  *
  * The variables are attached with their position in the array, which is the caller's own.
+ *
+ * A variable whose value has been taken from all others is settled: none of them can take that value as long as the
+ * context of that moment stands, so that later events pass it over. An event costs what is left open. In a small array
+ * keeping account of that takes longer than to look at all.
  */
 #include "rcsBound.h"
+#include "rcsMark.h"
 #include "rcsPost.h"
+
+#include <algorithm>
 
 struct AllNeqData
 {
@@ -19,7 +26,31 @@ struct AllNeqData
   int32_t _size;
   CSint* _minVar; ///< witness for the low end
   CSint* _maxVar; ///< witness for the high end
+  int32_t _nbSettled;
+  uint64_t* _open; ///< a bit for each position that isn't settled; null for a small array
+  Mark* _settled;  ///< the others, in the order in which they became so
 };
+
+constexpr int32_t smallSize = 32;
+
+static int32_t nbWordsFor(int32_t size) { return size / 64 + (size % 64 != 0); }
+
+static void settle(AllNeqData* a, int32_t i)
+{
+  const uint64_t bit = uint64_t(1) << (i & 63);
+  if (!(a->_open[i >> 6] & bit))
+    return;
+  a->_open[i >> 6] ^= bit;
+  a->_settled[a->_nbSettled++] = markNow(i);
+}
+
+static void reopenFallen(AllNeqData* a)
+{
+  for (; a->_nbSettled > 0 && !stands(a->_settled[a->_nbSettled - 1]); a->_nbSettled--) {
+    const int32_t i = a->_settled[a->_nbSettled - 1]._what;
+    a->_open[i >> 6] |= uint64_t(1) << (i & 63);
+  }
+}
 
 static bool isWideEnough(int32_t low, int32_t high, int32_t size) { return wrapSub(wrapAdd(high, 1), low) >= size; }
 
@@ -58,8 +89,14 @@ static int PallNeqInitialize(AllNeqData* a)
 {
   for (int32_t i = 0; i < a->_size; i++) {
     CSint* v = a->_vars[i];
-    if (isFixed(v) && !removeFromOtherPositions(a, i))
-      return 0;
+    if (isFixed(v)) {
+      if (!removeFromOtherPositions(a, i))
+        return 0;
+      if (a->_open) {
+        reopenFallen(a);
+        settle(a, i);
+      }
+    }
     if (v->_min < a->_minVar->_min)
       a->_minVar = v;
     if (v->_max > a->_maxVar->_max)
@@ -76,20 +113,38 @@ static int PallNeqNewMinMaxEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
   return !isWitness(v, a) || rewatch(a);
 }
 
+/// By identity, unlike at posting: a variable that stands twice doesn't fail against itself here.
+static bool takeFrom(CSint* other, const CSint* v, int32_t value) { return other == v || removeIfHeld(other, value); }
+
+static int takeFromAll(const AllNeqData* a, const CSint* v)
+{
+  CSint** const vars = a->_vars;
+  const int32_t size = a->_size, value = v->_min;
+  for (int32_t j = 0; j < size; j++)
+    if (!takeFrom(vars[j], v, value))
+      return 0;
+  return 1;
+}
+
+[[gnu::noinline]] static int takeFromOpen(AllNeqData* a, const CSint* v, int32_t i)
+{
+  CSint** vars = a->_vars;
+  const int32_t value = v->_min;
+  reopenFallen(a);
+  for (const uint64_t *word = a->_open, *end = word + nbWordsFor(a->_size); word < end; word++, vars += 64)
+    for (uint64_t open = *word; open; open &= open - 1)
+      if (!takeFrom(vars[std::countr_zero(open)], v, value))
+        return 0;
+  settle(a, i);
+  return 1;
+}
+
 static int PallNeqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
 {
   auto* a = dataOf<AllNeqData>(t);
   if (isWitness(v, a) && !rewatch(a))
     return 0;
-  // By identity, unlike at posting: a variable that stands twice doesn't fail against itself here.
-  CSint** const vars = a->_vars;
-  const int32_t size = a->_size, value = v->_min;
-  for (int32_t j = 0; j < size; j++) {
-    CSint* other = vars[j];
-    if (other != v && !removeIfHeld(other, value))
-      return 0;
-  }
-  return 1;
+  return !a->_open || ForeignCode ? takeFromAll(a, v) : takeFromOpen(a, v, t->_index);
 }
 
 static const Handler PallNeq[6] = {
@@ -97,14 +152,31 @@ static const Handler PallNeq[6] = {
 
 static int doAllNeq(ConstraintInfo* info, CSint** vars, int32_t size)
 {
-  Constraint* allNeq = newConstraint(
-      info, PallNeq, AllNeqData{._vars = vars, ._size = size, ._minVar = vars[0], ._maxVar = vars[size - 1]});
+  const bool isSmall = size <= smallSize;
+  const size_t nbWords = size_t(nbWordsFor(size));
+  Constraint* allNeq = newConstraint(info, PallNeq,
+      AllNeqData{._vars = vars,
+          ._size = size,
+          ._minVar = vars[0],
+          ._maxVar = vars[size - 1],
+          ._nbSettled = 0,
+          ._open = nullptr,
+          ._settled = nullptr},
+      isSmall ? 0 : nbWords * sizeof(uint64_t) + size_t(size) * sizeof(Mark));
   if (!allNeq)
     return 0;
+  auto* a = static_cast<AllNeqData*>(allNeq->_data);
+  if (!isSmall) {
+    a->_open = reinterpret_cast<uint64_t*>(a + 1);
+    a->_settled = reinterpret_cast<Mark*>(a->_open + nbWords);
+    std::fill_n(a->_open, nbWords, ~uint64_t(0));
+    if (size % 64 != 0)
+      a->_open[nbWords - 1] = (uint64_t(1) << (size % 64)) - 1;
+  }
   for (int32_t i = 0; i < size; i++)
     if (!_rcsAddConstraint(allNeq, vars[i], i))
       return 0;
-  return PallNeqInitialize(static_cast<AllNeqData*>(allNeq->_data));
+  return PallNeqInitialize(a);
 }
 
 int cs_AllNeq(CSint** variables, int size)

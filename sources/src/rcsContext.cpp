@@ -6,19 +6,20 @@
  * is what clients see: records of the trail are undone strictly backwards, the queue is first in, first out, and the
  * attachments of a variable are woken newest first.
  */
-#include "rcsKernel.h"
-#include "rcsPrivate.h"
+#include "rcsMark.h"
 
 #include <cstdio>
 #include <cstdlib>
 
 namespace kernel {
 RecordHeap<TrailEvent> _e;
+RecordHeap<ContextRecord> _c;
+uint64_t _births;
 PropagationQueue _pq;
 } // namespace kernel
 
 static RecordHeap<CSint> _v;
-static RecordHeap<ContextRecord> _c;
+static uint64_t rootBirth; ///< the _births from which on marks outside of all contexts stand
 
 static int32_t _ref; ///< 1 while the solver is up
 
@@ -86,7 +87,15 @@ CSint* _rcsGetIntHeap(void) { return takeRecord(_v); }
 
 TrailEvent* _rcsGetEventHeap(void) { return takeRecord(_e); }
 
-ContextRecord* _rcsGetContextHeap(void) { return takeRecord(_c); }
+static ContextRecord* takeContext()
+{
+  ContextRecord* context = takeRecord(_c);
+  if (context)
+    context->_birth = ++_births;
+  return context;
+}
+
+ContextRecord* _rcsGetContextHeap(void) { return takeContext(); }
 
 PropagationRecord* _rcsGetPropagationHeap(void) { return takeRecord(_pq._heap); }
 
@@ -153,6 +162,7 @@ static bool openHeaps()
   _pq._depth = _pq._depthLimit = 0;
   _pq._failures = 0;
   ForeignCode = false;
+  _births = rootBirth = 0;
   return true;
 }
 
@@ -249,6 +259,28 @@ void cs_backtrackExt(void* data, int64_t value, CSbacktrackExt function)
 static constexpr int32_t CSint::*boundOf[2] = {&CSint::_min, &CSint::_max};
 static constexpr int32_t CSint::*toldOf[2] = {&CSint::_propMin, &CSint::_propMax};
 
+bool standsFarDown(const Mark& mark)
+{
+  if (mark._depth == 0)
+    return rootBirth <= mark._time;
+  const HeapBlock* block = _c._current->_prevBlock;
+  const int32_t index = mark._depth - 1 - block->_base;
+  return index >= 0 && recordsOf<ContextRecord>(block)[index]._birth <= mark._time;
+}
+
+/// Lets fall all marks of the innermost context. Those made while the trail is undone half-way may speak of what will
+/// be undone too.
+static void dropMarks()
+{
+  ++_births;
+  if (_c._used <= 0) {
+    rootBirth = _births;
+    return;
+  }
+  const HeapBlock* block = _c._used > _c._current->_base ? _c._current : _c._current->_prevBlock;
+  recordsOf<ContextRecord>(block)[_c._used - 1 - block->_base]._birth = _births;
+}
+
 /// Undoes what isn't a change of a domain.
 [[gnu::noinline]] static void restoreOther(const TrailEvent* record)
 {
@@ -259,9 +291,11 @@ static constexpr int32_t CSint::*toldOf[2] = {&CSint::_propMin, &CSint::_propMax
     break;
   case TrailBacktrack:
     record->_extra._backtrack(record->_subject, record->_value._int);
+    dropMarks();
     break;
   case TrailBacktrackExt:
     record->_extra._backtrackExt(record->_subject, record->_value._wide);
+    dropMarks();
     break;
   default:
     break;
@@ -284,7 +318,11 @@ static inline void restore(const TrailEvent* record)
   }
 }
 
-void _rcsRestore(TrailEvent* record) { restore(record); }
+void _rcsRestore(TrailEvent* record)
+{
+  restore(record);
+  dropMarks();
+}
 
 void _rcsFinalizeEvent(TrailEvent* e)
 {
@@ -353,7 +391,7 @@ static void pushContext()
   // _failures stays raised, and the flush further out reports it.
   if (_pq._head)
     _flushPropagationQueue();
-  ContextRecord* context = takeRecord(_c);
+  ContextRecord* context = takeContext();
   context->_eventIndex = _e._used;
   context->_savedDepthLimit = saved;
 }

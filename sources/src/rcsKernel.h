@@ -23,6 +23,8 @@ struct PropagationQueue
 // In a namespace, so that short names don't meet a client's where the library is linked statically.
 namespace kernel {
 extern RecordHeap<TrailEvent> _e;
+extern RecordHeap<ContextRecord> _c;
+extern uint64_t _births; ///< contexts saved since cs_init
 extern PropagationQueue _pq;
 } // namespace kernel
 using namespace kernel;
