@@ -92,10 +92,8 @@ static int PallNeqInitialize(AllNeqData* a)
     if (isFixed(v)) {
       if (!removeFromOtherPositions(a, i))
         return 0;
-      if (a->_open) {
-        reopenFallen(a);
+      if (a->_open)
         settle(a, i);
-      }
     }
     if (v->_min < a->_minVar->_min)
       a->_minVar = v;

@@ -3,9 +3,6 @@
  * trail. A mark stands for as long as the context that was innermost when it was made; and what was true then, and can
  * only be undone by the trail, is true as long. A constraint stacks its marks up. Contexts end in reverse order, so
  * below a mark that stands all stand: those that have fallen are popped before the rest is relied on.
- *
- * Marks speak of the changes that the solver makes. Once code of the client's may run inside a flush, where it may
- * restore contexts between the steps of a handler, none is relied on (`ForeignCode`).
  */
 #ifndef RCS_MARK_H
 #define RCS_MARK_H

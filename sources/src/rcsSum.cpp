@@ -1,10 +1,13 @@
 /*
  * Linear sums: a new variable z equal to the sum of an array of variables, or of coefficients times variables.
  *
- * Strength: bounds consistent on the linear relation, with exact integer rounding; holes play no part. Nothing is kept
- * between events: a handler adds up the bounds of all operands in 64 bits, compares the sums with z, and goes over the
- * operands once more where z is tighter than they are. What it has added up is not recomputed on the way; its own
- * narrowings wake it again where that can give more.
+ * Strength: bounds consistent on the linear relation, with exact integer rounding; holes play no part. A handler adds up
+ * the bounds of the operands in 64 bits, compares the sums with z, and goes over the operands once more where z is
+ * tighter than they are. What it has added up is not recomputed on the way; its own narrowings wake it again where that
+ * can give more.
+ *
+ * Between events a sum keeps nothing of operands that may still move. Of those that are fixed a long sum with
+ * coefficients keeps the sum, for as long as the contexts stand in which they were found so.
  *
  * There are two constraints to each sum, with equal records and one info. The one on z (Vint) wakes when z moves and
  * narrows all operands. The one on the operands (Tint) is attached with their positions and spares the one that woke
@@ -14,10 +17,12 @@
  * down to min(z). No term may span more than the room.
  */
 #include "rcsBound.h"
+#include "rcsMark.h"
 #include "rcsPost.h"
 
 #include <cstdarg>
 #include <cstring>
+#include <utility>
 
 struct SigmaData
 {
@@ -26,12 +31,24 @@ struct SigmaData
   int32_t _size;
 };
 
+/// An operand with its coefficient, as the adding up sees it.
+struct Term
+{
+  const int32_t* _atLowest; ///< the bound of the variable at which the term is lowest
+  const int32_t* _atHighest;
+  int64_t _coeff;
+};
+
 struct ScalProdData
 {
   CSint* _result;
   const int32_t* _coeffs;
   CSint** _vars;
   int32_t _size;
+  int32_t _nbSettled;
+  uint64_t _settledSum;
+  Term* _terms;   ///< those that are settled in front
+  Mark* _settled; ///< their marks, in the same order; null where none is kept
 };
 
 struct Sums
@@ -82,7 +99,7 @@ static bool isBinding(int32_t limit, const Sums& sums)
 
 /// The result has moved.
 template <typename Side, typename Data>
-static int fitOperands(const Data* s)
+static int fitOperands(Data* s)
 {
   Sums sums = sumsOf(s);
   int32_t limit = Side::Opposite::of(s->_result);
@@ -179,6 +196,9 @@ static const Handler PsigmaTint[6] = {PsigmaTintNewMinEvent, PsigmaTintNewMaxEve
 // terms that do get narrowed. A term with coefficient zero spans nothing and is never touched.
 // =====================================================================================================================
 
+/// Up to here keeping account of what is settled takes longer than to add up all terms.
+constexpr int32_t smallSize = 12;
+
 static uint64_t magnitudeOf(int32_t coeff) { return uint64_t(coeff < 0 ? -int64_t(coeff) : int64_t(coeff)); }
 
 /// The outermost value of the term on this side; without a branch on the sign.
@@ -189,22 +209,46 @@ static int64_t termOf(const CSint* v, int32_t coeff)
   return Side::inside(a, b) ? b : a;
 }
 
+static void settle(ScalProdData* s, int32_t i, uint64_t value)
+{
+  Term* terms = s->_terms;
+  const int32_t k = s->_nbSettled++;
+  s->_settled[k] = markNow(*terms[i]._atLowest);
+  s->_settledSum += value;
+  std::swap(terms[i], terms[k]);
+}
+
+static void reopenFallen(ScalProdData* s)
+{
+  for (; s->_nbSettled > 0 && !stands(s->_settled[s->_nbSettled - 1]); s->_nbSettled--)
+    s->_settledSum -= uint64_t(s->_terms[s->_nbSettled - 1]._coeff * s->_settled[s->_nbSettled - 1]._what);
+}
+
 /// The sums that posting went through did not overflow, and terms mostly narrow from there. But operands can become
 /// wider than at posting, when a context inside another one is accepted and the other one restored: so the sums may
 /// wrap.
-static TermSums sumsOf(const ScalProdData* s)
+template <bool settles>
+static TermSums addUp(ScalProdData* s)
 {
-  CSint* const* vars = s->_vars;
-  const int32_t* coeffs = s->_coeffs;
-  uint64_t lowest = 0, highest = 0, widest = 0;
-  for (int32_t i = 0, n = s->_size; i < n; i++) {
-    const uint64_t low = uint64_t(termOf<Lower>(vars[i], coeffs[i])),
-                   high = uint64_t(termOf<Upper>(vars[i], coeffs[i]));
+  uint64_t lowest = settles ? s->_settledSum : 0, highest = lowest, widest = 0;
+  for (int32_t i = settles ? s->_nbSettled : 0, n = s->_size; i < n; i++) {
+    const Term& term = s->_terms[i];
+    const uint64_t low = uint64_t(term._coeff * *term._atLowest), high = uint64_t(term._coeff * *term._atHighest);
     lowest += low;
     highest += high;
     widest = high - low > widest ? high - low : widest;
+    if (settles && low == high)
+      settle(s, i, low);
   }
   return {{._lowest = int64_t(lowest), ._highest = int64_t(highest)}, widest};
+}
+
+static TermSums sumsOf(ScalProdData* s)
+{
+  if (!s->_settled)
+    return addUp<false>(s);
+  reopenFallen(s);
+  return addUp<true>(s);
 }
 
 static bool isWithin(const CSint* v, int32_t coeff, uint64_t room) { return widthOf(v) * magnitudeOf(coeff) <= room; }
@@ -261,7 +305,7 @@ static int cutRange(const ScalProdData* s, int32_t from, int32_t to, const Rooms
 
 /// The operand at position k has moved. Both sides at each wake, with the bounds of the result as they were before it
 /// is narrowed itself.
-static int fitOthers(const ScalProdData* s, int32_t k)
+static int fitOthers(ScalProdData* s, int32_t k)
 {
   CSint* z = s->_result;
   TermSums sums = sumsOf(s);
@@ -323,42 +367,67 @@ static CSint* newResult(int64_t lowest, int64_t highest)
       lowest < INT32_MIN ? INT32_MIN : int32_t(lowest), highest > INT32_MAX ? INT32_MAX : int32_t(highest));
 }
 
-static size_t sizeOfArrays(const SigmaData& s) { return size_t(s._size) * sizeof(CSint*); }
+static size_t countOf(int32_t size) { return size < 0 ? 0 : size_t(size); }
 
-static size_t sizeOfArrays(const ScalProdData& s) { return size_t(s._size) * (sizeof(CSint*) + sizeof(int32_t)); }
-
-/// Moves a copy of the arrays into the room behind the record.
-static void takeArrays(SigmaData* s)
+static size_t sizeOfRoom(const SigmaData& s, ArrayOf owner)
 {
-  auto* vars = reinterpret_cast<CSint**>(s + 1);
-  memcpy(vars, s->_vars, size_t(s->_size) * sizeof(CSint*));
-  s->_vars = vars;
+  return owner == ArrayOf::trail ? countOf(s._size) * sizeof(CSint*) : 0;
 }
 
-static void takeArrays(ScalProdData* s)
+static size_t sizeOfRoom(const ScalProdData& s, ArrayOf owner)
 {
-  auto* vars = reinterpret_cast<CSint**>(s + 1);
-  auto* coeffs = reinterpret_cast<int32_t*>(vars + s->_size);
-  memcpy(vars, s->_vars, size_t(s->_size) * sizeof(CSint*));
-  memcpy(coeffs, s->_coeffs, size_t(s->_size) * sizeof(int32_t));
-  s->_vars = vars;
-  s->_coeffs = coeffs;
+  size_t each = sizeof(Term) + (s._size > smallSize ? sizeof(Mark) : 0);
+  if (owner == ArrayOf::trail)
+    each += sizeof(CSint*) + sizeof(int32_t);
+  return countOf(s._size) * each;
+}
+
+/// Moves a copy of the array to `room`, the end of which comes back.
+template <typename T>
+static void* takeArray(T*& array, int32_t size, void* room)
+{
+  auto* copy = static_cast<std::remove_const_t<T>*>(room);
+  memcpy(copy, array, countOf(size) * sizeof(T));
+  array = copy;
+  return copy + countOf(size);
+}
+
+/// Fills the room behind the record.
+static void furnish(SigmaData* s, ArrayOf owner)
+{
+  if (owner == ArrayOf::trail)
+    takeArray(s->_vars, s->_size, s + 1);
+}
+
+static void furnish(ScalProdData* s, ArrayOf owner)
+{
+  s->_terms = reinterpret_cast<Term*>(s + 1);
+  for (int32_t i = 0; i < s->_size; i++) {
+    const CSint* v = s->_vars[i];
+    const bool rises = s->_coeffs[i] >= 0;
+    s->_terms[i] = {
+        ._atLowest = rises ? &v->_min : &v->_max, ._atHighest = rises ? &v->_max : &v->_min, ._coeff = s->_coeffs[i]};
+  }
+  void* room = s->_terms + countOf(s->_size);
+  if (s->_size > smallSize) {
+    s->_settled = static_cast<Mark*>(room);
+    room = s->_settled + s->_size;
+  }
+  if (owner == ArrayOf::trail)
+    takeArray(s->_coeffs, s->_size, takeArray(s->_vars, s->_size, room));
 }
 
 template <typename Data>
 static CSint* postSum(ConstraintInfo* info, const Data& sum, ArrayOf owner, const Handler* vint, const Handler* tint)
 {
-  bool copies = owner == ArrayOf::trail && sum._size > 0;
-  size_t room = copies ? sizeOfArrays(sum) : 0;
+  const size_t room = sizeOfRoom(sum, owner);
   Constraint* onResult = newConstraint(info, vint, sum, room);
   Constraint* onOperands = newCompanion(onResult, sum._result, info, tint, sum, room);
   if (!onOperands)
     return nullptr;
   // A copy for each: where contexts are accepted inside others, either of the two may be the one that is left.
-  if (copies) {
-    takeArrays(static_cast<Data*>(onResult->_data));
-    takeArrays(static_cast<Data*>(onOperands->_data));
-  }
+  furnish(static_cast<Data*>(onResult->_data), owner);
+  furnish(static_cast<Data*>(onOperands->_data), owner);
   for (int32_t i = 0; i < sum._size; i++)
     if (!_rcsAddConstraint(onOperands, sum._vars[i], i))
       return nullptr;
@@ -391,8 +460,16 @@ static CSint* doScalProd(ConstraintInfo* info, CSint** vars, const int32_t* coef
       return nullptr;
     }
   CSint* result = newResult(lowest, highest);
-  return result ? postSum(info, ScalProdData{._result = result, ._coeffs = coeffs, ._vars = vars, ._size = n}, owner,
-                      PscalProdVint, PscalProdTint)
+  return result ? postSum(info,
+                      ScalProdData{._result = result,
+                          ._coeffs = coeffs,
+                          ._vars = vars,
+                          ._size = n,
+                          ._nbSettled = 0,
+                          ._settledSum = 0,
+                          ._terms = nullptr,
+                          ._settled = nullptr},
+                      owner, PscalProdVint, PscalProdTint)
                 : nullptr;
 }
 

@@ -142,6 +142,61 @@ TEST_F(AllNeq, AScanTakesTheFirstWitnessesThatDo)
   EXPECT_FALSE(cs_LE(v[0], 1));
 }
 
+// In a large array an instantiated variable is passed over for as long as the context stands in which that was seen.
+TEST_F(AllNeq, NoneIsPassedOverThatIsFreeAgain)
+{
+  Vars v = Vars(40, nullptr);
+  for (CSint*& x : v)
+    x = makeVar("{0..99}");
+  ASSERT_TRUE(cs_AllNeq(v.data(), 40));
+  auto deepen = [](int label) {
+    while (cs_saveContext() < label)
+      ;
+  };
+  auto loses = [&](int value) { return cs_EQ(v[1], value) && !cs_isIn(v[0], value); };
+  // Contexts of the same depth, two blocks of them further up.
+  for (int depth : {1, 500, 1024, 1025}) {
+    deepen(depth);
+    ASSERT_TRUE(cs_EQ(v[0], 3));
+    cs_restoreContext();
+    deepen(1500);
+    EXPECT_TRUE(loses(9)) << depth;
+    cs_restoreAll();
+  }
+  // A function of the client's that narrows while a restore is half-way, and all of it is undone.
+  for (int depth : {0, 2}) {
+    while (cs_saveContext() <= depth)
+      ;
+    cs_backtrackExt(v[0], 3, [](void* x, int64_t value) { EXPECT_TRUE(cs_EQ(static_cast<CSint*>(x), int(value))); });
+    cs_restoreContext();
+    cs_saveContext();
+    EXPECT_TRUE(loses(9)) << depth;
+    cs_restoreAll();
+  }
+  cs_saveContext();
+  ASSERT_TRUE(cs_EQ(v[0], 3));
+  for (TrailEvent* e; !cs_isIn(v[0], 9);)
+    e = _rcsPopEvent(), _rcsRestore(e);
+  EXPECT_TRUE(loses(9));
+  cs_restoreAll();
+}
+
+// A restore inside a flush leaves the event of a variable that is free again: it isn't passed over either.
+TEST_F(AllNeq, NoneIsPassedOverForAnEventOfThePast)
+{
+  Vars v = Vars(40, nullptr);
+  for (CSint*& x : v)
+    x = makeVar("{0..99}");
+  CSint* trigger = makeVar("{0..99}");
+  Spy spy;
+  spy.watch(trigger, "trigger");
+  spy.onCall = [&](auto&) { return spy.calls.size() == 1 ? cs_restoreContext(), 1 : 1; };
+  ASSERT_TRUE(cs_AllNeq(v.data(), 40) && cs_Eq(trigger, v[0]));
+  cs_saveContext();
+  EXPECT_TRUE(cs_EQ(trigger, 3) && cs_isFree(v[0]));
+  EXPECT_TRUE(cs_EQ(v[1], 9) && !cs_isIn(v[0], 9));
+}
+
 TEST_F(AllNeq, TheArrayIsTheCallers)
 {
   Vars v = makeVars({"{0..9}", "{0..9}"});

@@ -171,6 +171,25 @@ static void tame(const Vars& x, Values& c)
       c[i] = 0;
 }
 
+/// With constants in front that change nothing, it is large enough to keep account of what is settled.
+static int largeAllNeq(Vars& x, Values&)
+{
+  for (int i = 0; i < 100; i++)
+    x.insert(x.begin(), CSINT(1000 + i));
+  return cs_AllNeq(x.data(), int(x.size()));
+}
+
+static CSint* largeScalProd(Vars& x, Values& c)
+{
+  tame(x, c);
+  c.resize(x.size());
+  for (int i = 0; i < 40; i++) {
+    x.push_back(CSINT(5));
+    c.push_back(i % 2 ? 1 : -1);
+  }
+  return cs_ScalProd(x.data(), c.data(), int(x.size()));
+}
+
 static SequenceRow reified(const char* name, CSint* (*post)(CSint*, CSint*), Rule whenTrue, Rule whenFalse)
 {
   return functional(name, 2, {2, 2}, nullptr, naive::reified(std::move(whenTrue), std::move(whenFalse)), nullptr,
@@ -289,6 +308,12 @@ static const std::vector<SequenceRow> rows = {
         .post = [](Vars& x, Values&) { return cs_AllNeq(x.data(), int(x.size())); },
         .strong = differentInSpan,
         .weak = naive::forwardDifferent},
+    {.name = "large cs_AllNeq",
+        .weight = 6,
+        .count = {2, 5},
+        .distinct = true,
+        .post = largeAllNeq,
+        .strong = naive::forwardDifferent},
     {.name = "meddler", .weight = 8, .post = postMeddler, .strong = [](const Sets&, const Values&) { return true; }},
     functional(
         "cs_Add", 3, {2, 2}, nullptr, sumWithHoles, naive::linear, [](Vars& x, Values&) { return cs_Add(x[0], x[1]); }),
@@ -305,6 +330,7 @@ static const std::vector<SequenceRow> rows = {
         [](Vars& x, Values&) { return cs_VAdd(3, x[0], x[1], x[2]); }),
     functional("cs_ScalProd", 4, {1, 3}, drawn<-2, 2, 3>, naive::linear, nullptr,
         [](Vars& x, Values& p) { return tame(x, p), cs_ScalProd(x.data(), p.data(), int(x.size())); }),
+    functional("large cs_ScalProd", 4, {1, 3}, drawn<-2, 2, 3>, naive::linear, nullptr, largeScalProd),
     functional("cs_VScalProd", 4, {2, 2}, drawn<-2, 2, 3>, naive::linear, nullptr,
         [](Vars& x, Values& p) { return tame(x, p), cs_VScalProd(2, x[0], x[1], p[0], p[1]); }),
     {.name = "cs_Mul",
