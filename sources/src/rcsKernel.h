@@ -26,6 +26,7 @@ extern RecordHeap<TrailEvent> _e;
 extern RecordHeap<ContextRecord> _c;
 extern uint64_t _births; ///< contexts saved since cs_init
 extern PropagationQueue _pq;
+extern const Handler Pneq[6]; ///< of cs_Neq: attachments whose _data is the other variable
 } // namespace kernel
 using namespace kernel;
 

@@ -9,6 +9,7 @@
  * to.
  */
 #include "rcsBound.h"
+#include "rcsKernel.h"
 #include "rcsPost.h"
 
 static CSint* otherThan(const CSint* v, const RelationData* r) { return v == r->_x ? r->_y : r->_x; }
@@ -43,7 +44,7 @@ static int attachTo(Constraint* neq, CSint* v, CSint* other)
 
 static int PneqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return removeIfHeld(dataOf<CSint>(t), v->_min); }
 
-static const Handler Pneq[6] = {Ptrue, Ptrue, PneqEqEvent, PneqEqEvent, PneqEqEvent, Ptrue};
+const Handler kernel::Pneq[6] = {Ptrue, Ptrue, PneqEqEvent, PneqEqEvent, PneqEqEvent, Ptrue};
 
 static int doNeq(ConstraintInfo* info, CSint* x, CSint* y)
 {
