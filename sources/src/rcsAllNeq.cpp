@@ -31,7 +31,7 @@ struct AllNeqData
   Mark* _settled;  ///< the others, in the order in which they became so
 };
 
-constexpr int32_t smallSize = 32;
+constexpr int32_t smallSize = 16;
 
 static int32_t nbWordsFor(int32_t size) { return size / 64 + (size % 64 != 0); }
 

@@ -3,7 +3,7 @@
  * doesn't know what a constraint means; it only attaches, detaches and frees. A constraint lives as long as it has
  * attachments, and the trail takes those away in the reverse order of attaching.
  */
-#include "rcsPrivate.h"
+#include "rcsKernel.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -111,13 +111,16 @@ static Tconstraint* placeBefore(Tconstraint* newest)
   }
   uint32_t size = newest ? newest->_block * 2u : smallest;
   size = size < largest ? size : largest;
-  auto* t = static_cast<Tconstraint*>(malloc(size * sizeof(Tconstraint)));
+  const size_t nbCells = size >= largeBlock ? size + 1 : 0;
+  auto* t = static_cast<Tconstraint*>(malloc(size * sizeof(Tconstraint) + nbCells * sizeof(CSint*)));
   if (!t) {
     rcsHandleNoMemoryError();
     return nullptr;
   }
   t->_block = uint8_t(size);
   t->_room = uint8_t(size - 1);
+  if (isInLargeBlock(t))
+    otherOf(t)[-1] = nullptr;
   return t;
 }
 
@@ -132,6 +135,8 @@ int _rcsAddConstraint(Constraint* constraint, CSint* variable, int32_t index)
     return 0;
   }
   constraint->_refCount++;
+  if (isInLargeBlock(t))
+    *otherOf(t) = nullptr;
   t->_constraint = constraint;
   t->_handlers = constraint->_handlers;
   t->_data = constraint->_data;

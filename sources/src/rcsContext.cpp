@@ -521,16 +521,41 @@ static inline Tconstraint* skip(const Tconstraint* t, Filter filter)
 /// have so little to do that the walk does it by itself.
 static inline bool isPlainNeq(const Tconstraint* t) { return t->_handlers == Pneq && !IsProfileEnabled; }
 
-/// Does what PneqEqEvent would do for `t` and the disequalities that follow it, and leaves `t` behind these; or false,
-/// and `t` is the one that fails.
-static inline bool runNeqs(const CSint* variable, Tconstraint*& t)
+/// What came of a walk over disequalities. With no profiler on nobody asks which of them failed.
+struct NeqRun
 {
+  bool _holds;
+  Tconstraint* _end; ///< the attachment behind them; without meaning when one failed
+};
+
+/// For those of one large block: the walk goes over their other variables, which lie in a sixth of the memory.
+[[gnu::noinline]] static NeqRun runNeqsOfBlock(const CSint* variable, Tconstraint* t)
+{
+  CSint** const newest = otherOf(t);
+  CSint** other = newest;
+  do {
+    if (!removeIfHeld(*other, variable->_min)) [[unlikely]]
+      return {._holds = false, ._end = nullptr};
+  } while (*--other);
+  return {._holds = true, ._end = t[other + 1 - newest]._next};
+}
+
+/// Does what PneqEqEvent would do for `t` and the disequalities that follow it.
+static inline NeqRun runNeqs(const CSint* variable, Tconstraint* t)
+{
+  // Large blocks hold the newest, so they come first.
+  while (isInLargeBlock(t)) {
+    const NeqRun run = runNeqsOfBlock(variable, t);
+    t = run._end;
+    if (!run._holds || !t || t->_handlers != Pneq)
+      return run;
+  }
   do {
     if (!removeIfHeld(static_cast<CSint*>(t->_data), variable->_min)) [[unlikely]]
-      return false;
+      return {._holds = false, ._end = nullptr};
     t = t->_next;
   } while (t && t->_handlers == Pneq);
-  return true;
+  return {._holds = true, ._end = t};
 }
 
 /// Gives back all that is pending, also for flushes further out, in one step.
@@ -579,8 +604,11 @@ static void dropQueue()
       }
     }
     if (isPlainNeq(t)) {
-      if (runNeqs(change._variable, t))
+      const NeqRun run = runNeqs(change._variable, t);
+      if (run._holds) {
+        t = run._end;
         continue;
+      }
       failFlush(change._variable, change._event, change._old, change._now, t, flagged);
       return false;
     }
@@ -656,8 +684,11 @@ int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
           return wakeRest(variable, event, old, now, t);
       }
       if (isPlainNeq(t)) {
-        if (runNeqs(variable, t))
+        const NeqRun run = runNeqs(variable, t);
+        if (run._holds) {
+          t = run._end;
           continue;
+        }
         return failFlush(variable, event, old, now, t, nullptr);
       }
       if (!wake({variable, event, old, now}, t)) [[unlikely]]

@@ -61,6 +61,19 @@ inline int propagate(CSint* variable, uint32_t event, int32_t value, Tell tell)
   return tell();
 }
 
+/// In attachments. A variable that has many has nearly all of them in large blocks.
+constexpr uint8_t largeBlock = 16;
+
+inline bool isInLargeBlock(const Tconstraint* t) { return t->_block >= largeBlock; }
+
+/// Behind a large block of attachments is a cell for each of them: of a disequality it holds the other variable, of the
+/// rest a null, and a null is in front of the first one.
+inline CSint** otherOf(Tconstraint* t)
+{
+  const size_t position = size_t(t->_block) - 1 - t->_room;
+  return reinterpret_cast<CSint**>(t + t->_room + 1) + 1 + position;
+}
+
 /// Would the removal of an inner value wake nobody, or none but `cause`, the constraint that removes it and is known to
 /// have nothing to do then? Such a removal needn't be told, as nobody could tell. A profiler could, which counts the
 /// calls; and so could code of the client's that runs before the turn of the record would have come, and starts one.

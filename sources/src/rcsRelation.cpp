@@ -39,6 +39,8 @@ static int attachTo(Constraint* neq, CSint* v, CSint* other)
   if (!_rcsAddConstraint(neq, v, -1))
     return 0;
   v->_constraints->_data = other;
+  if (isInLargeBlock(v->_constraints))
+    *otherOf(v->_constraints) = other;
   return 1;
 }
 

@@ -1,8 +1,8 @@
 /*
  * Linear sums: a new variable z equal to the sum of an array of variables, or of coefficients times variables.
  *
- * Strength: bounds consistent on the linear relation, with exact integer rounding; holes play no part. A handler adds up
- * the bounds of the operands in 64 bits, compares the sums with z, and goes over the operands once more where z is
+ * Strength: bounds consistent on the linear relation, with exact integer rounding; holes play no part. A handler adds
+ * up the bounds of the operands in 64 bits, compares the sums with z, and goes over the operands once more where z is
  * tighter than they are. What it has added up is not recomputed on the way; its own narrowings wake it again where that
  * can give more.
  *

@@ -73,6 +73,38 @@ TEST_F(Relation, FailedPostingStaysAttachedUntilARestore)
   EXPECT_EQ(nbAttached(x) + nbAttached(y), 0);
 }
 
+// Those of a variable with many are walked in a way of their own, newest first: across other constraints, and where
+// some have come and gone.
+TEST_F(Relation, ManyDisequalities)
+{
+  CSint *x = makeVar("{0..99}"), *z = makeVar("{0..200}");
+  Vars y;
+  auto post = [&](int count, int every) {
+    for (int i = 0; i < count; i++) {
+      y.push_back(makeVar("{0..99}"));
+      EXPECT_TRUE(cs_Neq(x, y.back()) && (i % every || cs_Le(x, z)));
+    }
+  };
+  auto held = [&](int value) { return std::count_if(y.begin(), y.end(), [=](CSint* v) { return cs_isIn(v, value); }); };
+  post(150, 7);
+  cs_saveContext();
+  post(100, 3);
+  cs_restoreContext();
+  y.resize(150);
+  post(50, 8);
+  cs_saveContext();
+  ASSERT_TRUE(cs_EQ(x, 5));
+  EXPECT_EQ(held(5), 0);
+  cs_restoreContext();
+  for (int failing : {199, 120, 60, 20, 3}) {
+    cs_saveContext();
+    ASSERT_TRUE(cs_Eq(x, y[size_t(failing)]));
+    EXPECT_FALSE(cs_EQ(x, 1));
+    EXPECT_EQ(held(1), failing + 1);
+    cs_restoreContext();
+  }
+}
+
 class AllNeq : public SolverTest
 {};
 
