@@ -55,6 +55,17 @@ struct ConstraintInfo
   char _locator[];       ///< empty where the locator gave nothing
 };
 
+/// What came of waking several attachments in one call: the one behind them, or null at the end of the list, which says
+/// nothing where one of them failed.
+struct TconstraintRun
+{
+  bool _holds;
+  Tconstraint* _end;
+};
+
+/// Does for an attachment, and those of its kind that follow it, what their handlers would do.
+typedef TconstraintRun (*RunHandler)(CSint* variable, Tconstraint* attachment, size_t event, int32_t now);
+
 struct Constraint
 {
   void* _data;              ///< private record, owned
@@ -65,6 +76,7 @@ struct Constraint
   uint8_t _events;          ///< bit of each event whose handler isn't Ptrue
   bool _holdsData;          ///< _data lies behind this record, in one block with it
   ConstraintInfo* _info;    ///< counted
+  RunHandler _run;          ///< for handlers that do less than a call of each would take; or null
 };
 
 /// One attachment of a constraint to a variable.

@@ -148,6 +148,14 @@ static int PallNeqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
 static const Handler PallNeq[6] = {
     PallNeqNewMinMaxEvent, PallNeqNewMinMaxEvent, PallNeqEqEvent, PallNeqEqEvent, PallNeqEqEvent, Ptrue};
 
+/// Variables are often in several, as the cells of a Latin square in two.
+static TconstraintRun runAllNeqs(CSint* v, Tconstraint* t, size_t event, int32_t)
+{
+  if (event == NewMin || event == NewMax)
+    return wakeRun(t, [=](Tconstraint* allNeq) { return PallNeqNewMinMaxEvent(v, allNeq, 0, 0); });
+  return wakeRun(t, [=](Tconstraint* allNeq) { return PallNeqEqEvent(v, allNeq, 0, 0); });
+}
+
 static int doAllNeq(ConstraintInfo* info, CSint** vars, int32_t size)
 {
   const bool isSmall = size <= smallSize;
@@ -171,6 +179,7 @@ static int doAllNeq(ConstraintInfo* info, CSint** vars, int32_t size)
     if (size % 64 != 0)
       a->_open[nbWords - 1] = (uint64_t(1) << (size % 64)) - 1;
   }
+  wakeInRuns(allNeq, runAllNeqs);
   for (int32_t i = 0; i < size; i++)
     if (!_rcsAddConstraint(allNeq, vars[i], i))
       return 0;

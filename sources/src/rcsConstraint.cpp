@@ -58,7 +58,8 @@ static Constraint* makeConstraint(ConstraintInfo* info, const Handler* handlers,
       ._state = 0,
       ._events = eventsOf(handlers),
       ._holdsData = false,
-      ._info = info};
+      ._info = info,
+      ._run = nullptr};
   info->_refCount++;
   return constraint;
 }

@@ -6,7 +6,6 @@
  * is what clients see: records of the trail are undone strictly backwards, the queue is first in, first out, and the
  * attachments of a variable are woken newest first.
  */
-#include "rcsBound.h"
 #include "rcsMark.h"
 
 #include <cstdio>
@@ -517,46 +516,8 @@ static inline Tconstraint* skip(const Tconstraint* t, Filter filter)
   return t->_eventsOn & filter._wanted ? t->_nextOther : nullptr;
 }
 
-/// Is it a disequality, woken with no profiler on that would count the calls? These come in hundreds to a variable, and
-/// have so little to do that the walk does it by itself.
-static inline bool isPlainNeq(const Tconstraint* t) { return t->_handlers == Pneq && !IsProfileEnabled; }
-
-/// What came of a walk over disequalities. With no profiler on nobody asks which of them failed.
-struct NeqRun
-{
-  bool _holds;
-  Tconstraint* _end; ///< the attachment behind them; without meaning when one failed
-};
-
-/// For those of one large block: the walk goes over their other variables, which lie in a sixth of the memory.
-[[gnu::noinline]] static NeqRun runNeqsOfBlock(const CSint* variable, Tconstraint* t)
-{
-  CSint** const newest = otherOf(t);
-  CSint** other = newest;
-  do {
-    if (!removeIfHeld(*other, variable->_min)) [[unlikely]]
-      return {._holds = false, ._end = nullptr};
-  } while (*--other);
-  return {._holds = true, ._end = t[other + 1 - newest]._next};
-}
-
-/// Does what PneqEqEvent would do for `t` and the disequalities that follow it.
-static inline NeqRun runNeqs(const CSint* variable, Tconstraint* t)
-{
-  // Large blocks hold the newest, so they come first.
-  while (isInLargeBlock(t)) {
-    const NeqRun run = runNeqsOfBlock(variable, t);
-    t = run._end;
-    if (!run._holds || !t || t->_handlers != Pneq)
-      return run;
-  }
-  do {
-    if (!removeIfHeld(static_cast<CSint*>(t->_data), variable->_min)) [[unlikely]]
-      return {._holds = false, ._end = nullptr};
-    t = t->_next;
-  } while (t && t->_handlers == Pneq);
-  return {._holds = true, ._end = t};
-}
+/// A profiler counts the calls of each handler.
+static inline bool isWokenInRuns(const Tconstraint* t) { return t->_events & runBit && !IsProfileEnabled; }
 
 /// Gives back all that is pending, also for flushes further out, in one step.
 static void dropQueue()
@@ -603,8 +564,8 @@ static void dropQueue()
         continue;
       }
     }
-    if (isPlainNeq(t)) {
-      const NeqRun run = runNeqs(change._variable, t);
+    if (isWokenInRuns(t)) {
+      const TconstraintRun run = t->_constraint->_run(change._variable, t, change._event, change._now);
       if (run._holds) {
         t = run._end;
         continue;
@@ -683,8 +644,8 @@ int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
         if (events & statefulBit)
           return wakeRest(variable, event, old, now, t);
       }
-      if (isPlainNeq(t)) {
-        const NeqRun run = runNeqs(variable, t);
+      if (isWokenInRuns(t)) {
+        const TconstraintRun run = t->_constraint->_run(variable, t, event, now);
         if (run._holds) {
           t = run._end;
           continue;

@@ -26,7 +26,6 @@ extern RecordHeap<TrailEvent> _e;
 extern RecordHeap<ContextRecord> _c;
 extern uint64_t _births; ///< contexts saved since cs_init
 extern PropagationQueue _pq;
-extern const Handler Pneq[6]; ///< of cs_Neq: attachments whose _data is the other variable
 } // namespace kernel
 using namespace kernel;
 
@@ -72,6 +71,26 @@ inline CSint** otherOf(Tconstraint* t)
 {
   const size_t position = size_t(t->_block) - 1 - t->_room;
   return reinterpret_cast<CSint**>(t + t->_room + 1) + 1 + position;
+}
+
+/// From here on the constraint is woken by `run`, but while a profiler is on, which counts the calls. Before attaching.
+inline void wakeInRuns(Constraint* constraint, RunHandler run)
+{
+  constraint->_run = run;
+  constraint->_events |= runBit;
+}
+
+/// Wakes `t` and all that follow it with the same handlers.
+template <typename Wake>
+inline TconstraintRun wakeRun(Tconstraint* t, Wake wake)
+{
+  const Handler* const kind = t->_handlers;
+  do {
+    if (!wake(t)) [[unlikely]]
+      return {._holds = false, ._end = nullptr};
+    t = t->_next;
+  } while (t && t->_handlers == kind);
+  return {._holds = true, ._end = t};
 }
 
 /// Would the removal of an inner value wake nobody, or none but `cause`, the constraint that removes it and is known to

@@ -20,6 +20,9 @@ constexpr uint32_t listensForFailure = 1;
 /// Bit of an attachment's _events, beside those of the six events: its constraint has a state other than 0.
 constexpr uint32_t statefulBit = 0x80;
 
+/// Bit of the _events of a constraint, and of its attachments: they are woken in runs.
+constexpr uint32_t runBit = 0x40;
+
 /// Wakes the handlers until the queue is empty or one of them fails, which only _failures tells.
 void _flushPropagationQueue(void);
 

@@ -149,6 +149,17 @@ static const Handler PreifLe[6] = {Ptrue, Ptrue, PreifLeEvent, PreifLeEvent, Pre
 static const Handler PreifVarsLe[6] = {PreifLeVarsNewMinEvent, PreifLeVarsNewMaxEvent, PreifLeVarsNewMinEvent,
     PreifLeVarsNewMaxEvent, PreifLeVarsEqEvent, Ptrue};
 
+/// A variable of a schedule is compared with all others on its machine.
+template <int32_t gap>
+static TconstraintRun runOrders(CSint* v, Tconstraint* t, size_t event, int32_t now)
+{
+  if (event == Eq)
+    return wakeRun(t, onEq<gap>);
+  if (event == NewMin || event == NewMinEq)
+    return wakeRun(t, [=](const Tconstraint* order) { return onMove<Lower, gap>(v, order, now); });
+  return wakeRun(t, [=](const Tconstraint* order) { return onMove<Upper, gap>(v, order, now); });
+}
+
 template <int32_t gap>
 static CSint* reifyOrder(ConstraintInfo* info, const ReifTables& tables, CSint* x, CSint* y)
 {
@@ -164,12 +175,12 @@ static CSint* reifyOrder(ConstraintInfo* info, const ReifTables& tables, CSint* 
 
 static CSint* doReifLt(ConstraintInfo* info, CSint* x, CSint* y)
 {
-  return reifyOrder<strict>(info, {PreifLt, PreifVarsLt}, x, y);
+  return reifyOrder<strict>(info, {PreifLt, PreifVarsLt, runOrders<strict>}, x, y);
 }
 
 static CSint* doReifLe(ConstraintInfo* info, CSint* x, CSint* y)
 {
-  return reifyOrder<loose>(info, {PreifLe, PreifVarsLe}, x, y);
+  return reifyOrder<loose>(info, {PreifLe, PreifVarsLe, runOrders<loose>}, x, y);
 }
 
 CSint* cs_ReifLt(CSint* x, CSint* y)

@@ -7,6 +7,7 @@
 #define RCS_REIF_H
 
 #include "rcsBound.h"
+#include "rcsKernel.h"
 #include "rcsPost.h"
 
 /// Private record of a watcher on two variables; that of its enforcer is a RelationData.
@@ -31,11 +32,12 @@ struct ReifValueData
   int32_t _value;
 };
 
-/// The two handler tables of a reified constraint.
+/// The two handler tables of a reified constraint, and how its watchers are woken in runs, if they are.
 struct ReifTables
 {
   const Handler* _enforcer;
   const Handler* _watcher;
+  RunHandler _runWatchers = nullptr;
 };
 
 /// Posts the enforcer on `b` and then the watcher on the variables. The answer is `b`, or null when memory ran out.
@@ -45,6 +47,8 @@ CSint* postReified(ConstraintInfo* info, const ReifTables& tables, CSint* b, con
 {
   Constraint* enforcer = newConstraint(info, tables._enforcer, enforcerData);
   Constraint* watcher = newCompanion(enforcer, b, info, tables._watcher, watcherData);
+  if (watcher && tables._runWatchers)
+    wakeInRuns(watcher, tables._runWatchers);
   return watcher && (_rcsAddConstraint(watcher, variables, -1) && ...) ? b : nullptr;
 }
 

@@ -46,12 +46,39 @@ static int attachTo(Constraint* neq, CSint* v, CSint* other)
 
 static int PneqEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return removeIfHeld(dataOf<CSint>(t), v->_min); }
 
-const Handler kernel::Pneq[6] = {Ptrue, Ptrue, PneqEqEvent, PneqEqEvent, PneqEqEvent, Ptrue};
+static const Handler Pneq[6] = {Ptrue, Ptrue, PneqEqEvent, PneqEqEvent, PneqEqEvent, Ptrue};
+
+/// For those of one large block: the walk goes over their other variables, which lie in a sixth of the memory.
+static TconstraintRun runNeqsOfBlock(const CSint* v, Tconstraint* t)
+{
+  CSint** const newest = otherOf(t);
+  CSint** other = newest;
+  do {
+    if (!removeIfHeld(*other, v->_min)) [[unlikely]]
+      return {._holds = false, ._end = nullptr};
+  } while (*--other);
+  return {._holds = true, ._end = t[other + 1 - newest]._next};
+}
+
+static TconstraintRun runNeqs(CSint* v, Tconstraint* t, size_t, int32_t)
+{
+  // Large blocks hold the newest, so they come first.
+  while (isInLargeBlock(t)) {
+    const TconstraintRun run = runNeqsOfBlock(v, t);
+    t = run._end;
+    if (!run._holds || !t || t->_handlers != Pneq)
+      return run;
+  }
+  return wakeRun(t, [=](const Tconstraint* neq) { return removeIfHeld(dataOf<CSint>(neq), v->_min); });
+}
 
 static int doNeq(ConstraintInfo* info, CSint* x, CSint* y)
 {
   Constraint* neq = newConstraint(info, Pneq, RelationData{._x = x, ._y = y});
-  return neq && attachTo(neq, x, y) && attachTo(neq, y, x) && PneqInitialize(x, y);
+  if (!neq)
+    return 0;
+  wakeInRuns(neq, runNeqs);
+  return attachTo(neq, x, y) && attachTo(neq, y, x) && PneqInitialize(x, y);
 }
 
 int cs_Neq(CSint* x, CSint* y)
