@@ -124,6 +124,8 @@ static int takeFromAll(const AllNeqData* a, const CSint* v)
   return 1;
 }
 
+/// Not where code of the client's may restore contexts inside a flush: then an event may come for a variable that is
+/// free again, which mustn't be settled by it.
 [[gnu::noinline]] static int takeFromOpen(AllNeqData* a, const CSint* v, int32_t i)
 {
   CSint** vars = a->_vars;

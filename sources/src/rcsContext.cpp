@@ -288,6 +288,8 @@ static void dropMarks()
   case TrailTconstraint:
     // Undone in reverse order of attaching, so the head of the list is the attachment that was recorded.
     _rcsRemoveConstraint(static_cast<CSint*>(record->_subject));
+    if (ForeignCode) // which a destructor may be
+      dropMarks();
     break;
   case TrailBacktrack:
     record->_extra._backtrack(record->_subject, record->_value._int);
@@ -529,8 +531,9 @@ static void dropQueue()
   _pq._head = nullptr;
 }
 
-/// Ends a flush whose handler for `failed` answered no. The listeners for failure hear of it from `flagged` on, in the
-/// list in which that one lies, and are given the failing change.
+/// Ends a flush whose handler for `failed` answered no, or in whose run from `failed` on one did: it is a profiler
+/// alone that is told which. The listeners for failure hear of it from `flagged` on, in the list in which that one
+/// lies, and are given the failing change.
 [[gnu::noinline]] static void failFlush(
     CSint* variable, size_t event, int32_t old, int32_t now, Tconstraint* failed, Tconstraint* flagged)
 {
@@ -570,16 +573,14 @@ static void dropQueue()
         t = run._end;
         continue;
       }
-      failFlush(change._variable, change._event, change._old, change._now, t, flagged);
-      return false;
+    } else if (wake(change, t)) {
+      if (IsProfileEnabled) [[unlikely]]
+        rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
+      t = t->_next;
+      continue;
     }
-    if (!wake(change, t)) {
-      failFlush(change._variable, change._event, change._old, change._now, t, flagged);
-      return false;
-    }
-    if (IsProfileEnabled) [[unlikely]]
-      rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
-    t = t->_next;
+    failFlush(change._variable, change._event, change._old, change._now, t, flagged);
+    return false;
   }
   return true;
 }
@@ -646,11 +647,10 @@ int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
       }
       if (isWokenInRuns(t)) {
         const TconstraintRun run = t->_constraint->_run(variable, t, event, now);
-        if (run._holds) {
-          t = run._end;
-          continue;
-        }
-        return failFlush(variable, event, old, now, t, nullptr);
+        if (!run._holds)
+          return failFlush(variable, event, old, now, t, nullptr);
+        t = run._end;
+        continue;
       }
       if (!wake({variable, event, old, now}, t)) [[unlikely]]
         return failFlush(variable, event, old, now, t, nullptr);
