@@ -145,6 +145,9 @@ int _rcsAddConstraint(Constraint* constraint, CSint* variable, int32_t index)
   t->_index = index;
   // One with a state is to be looked at whatever happens.
   t->_events = constraint->_state ? UINT8_MAX : constraint->_events;
+  // A run begins where another one of the kind follows: for one alone its handler is the shorter way.
+  if (!older || older->_handlers != t->_handlers)
+    t->_events &= uint8_t(~runBit);
   t->_eventsOn = older ? uint8_t(t->_events | older->_eventsOn) : t->_events;
   t->_nextOther = older && older->_events == t->_events ? older->_nextOther : older;
   variable->_constraints = t;
