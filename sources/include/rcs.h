@@ -217,7 +217,7 @@ struct ContextRecord
 {
   int32_t _eventIndex;       ///< height of the trail at the save
   uint32_t _savedDepthLimit; ///< the queue's limit before the save
-  uint64_t _birth;           ///< contexts that had been saved when this one was, itself included
+  uint64_t _birth;           ///< what is kept from before it no longer holds; from a count of contexts
 };
 
 struct PropagationRecord

@@ -46,10 +46,8 @@ static void settle(AllNeqData* a, int32_t i)
 
 static void reopenFallen(AllNeqData* a)
 {
-  for (; a->_nbSettled > 0 && !stands(a->_settled[a->_nbSettled - 1]); a->_nbSettled--) {
-    const int32_t i = a->_settled[a->_nbSettled - 1]._what;
-    a->_open[i >> 6] |= uint64_t(1) << (i & 63);
-  }
+  popFallen(a->_settled, a->_nbSettled,
+      [a](const Mark& mark) { a->_open[mark._what >> 6] |= uint64_t(1) << (mark._what & 63); });
 }
 
 static bool isWideEnough(int32_t low, int32_t high, int32_t size) { return wrapSub(wrapAdd(high, 1), low) >= size; }

@@ -288,20 +288,18 @@ static void dropMarks()
   case TrailTconstraint:
     // Undone in reverse order of attaching, so the head of the list is the attachment that was recorded.
     _rcsRemoveConstraint(static_cast<CSint*>(record->_subject));
-    if (ForeignCode) // which a destructor may be
-      dropMarks();
     break;
   case TrailBacktrack:
     record->_extra._backtrack(record->_subject, record->_value._int);
-    dropMarks();
     break;
   case TrailBacktrackExt:
     record->_extra._backtrackExt(record->_subject, record->_value._wide);
-    dropMarks();
     break;
   default:
     break;
   }
+  // A function of the client's may have narrowed, or a destructor.
+  dropMarks();
 }
 
 static inline void restore(const TrailEvent* record)

@@ -24,7 +24,7 @@ struct PropagationQueue
 namespace kernel {
 extern RecordHeap<TrailEvent> _e;
 extern RecordHeap<ContextRecord> _c;
-extern uint64_t _births; ///< contexts saved since cs_init
+extern uint64_t _births; ///< since cs_init the contexts that were saved, and the times that marks were made to fall
 extern PropagationQueue _pq;
 } // namespace kernel
 using namespace kernel;

@@ -11,7 +11,7 @@
 
 struct Mark
 {
-  uint64_t _time; ///< contexts that had been saved by then, since cs_init
+  uint64_t _time; ///< the _births of then
   int32_t _depth; ///< label of the innermost context, 0 for none
   int32_t _what;  ///< the position of a variable, or its value
 };
@@ -26,11 +26,20 @@ bool standsFarDown(const Mark& mark);
 inline bool stands(const Mark& mark)
 {
   const int32_t above = _c._used - mark._depth;
-  if (above < 0)
+  // Without a block more contexts were popped than saved.
+  if (above < 0 || !_c._current)
     return false;
   if (mark._depth <= _c._current->_base) [[unlikely]]
     return standsFarDown(mark);
   return _c._top[-1 - above]._birth <= mark._time;
+}
+
+/// Pops those of a stack of marks that have fallen, and tells `reopen` of each.
+template <typename Reopen>
+inline void popFallen(const Mark* marks, int32_t& count, Reopen reopen)
+{
+  for (; count > 0 && !stands(marks[count - 1]); count--)
+    reopen(marks[count - 1]);
 }
 
 #endif

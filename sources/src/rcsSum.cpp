@@ -220,8 +220,8 @@ static void settle(ScalProdData* s, int32_t i, uint64_t value)
 
 static void reopenFallen(ScalProdData* s)
 {
-  for (; s->_nbSettled > 0 && !stands(s->_settled[s->_nbSettled - 1]); s->_nbSettled--)
-    s->_settledSum -= uint64_t(s->_terms[s->_nbSettled - 1]._coeff * s->_settled[s->_nbSettled - 1]._what);
+  popFallen(s->_settled, s->_nbSettled,
+      [s](const Mark& mark) { s->_settledSum -= uint64_t(s->_terms[&mark - s->_settled]._coeff * mark._what); });
 }
 
 /// The sums that posting went through did not overflow, and terms mostly narrow from there. But operands can become
