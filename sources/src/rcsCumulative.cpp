@@ -297,12 +297,15 @@ static bool makeRecords(Records* r, const CumulativeData& tasks)
   *data = tasks;
   if (!take(r->_startRef, sizeof(CumulativeRef)) ||
       !take(r->_durationRef, sizeof(CumulativeOrder) + n * sizeof(int32_t)) ||
-      !take(r->_resourceRef, sizeof(CumulativeRef)) || !take(data->_windows, n * sizeof(CSint)))
+      !take(r->_resourceRef, sizeof(CumulativeRef)) ||
+      !take(data->_windows, n * (sizeof(CSint) + 2 * sizeof(ProfileStep) + sizeof(LooseTask))))
     return false;
   data->_startRef = r->_startRef;
   data->_durationRef = r->_durationRef;
   data->_resourceRef = r->_resourceRef;
   data->_order = r->_durationRef->_order;
+  data->_profile = reinterpret_cast<ProfileStep*>(data->_windows + n);
+  data->_loose = reinterpret_cast<LooseTask*>(data->_profile + 2 * n);
   r->_startRef->_owner = r->_durationRef->_owner = r->_resourceRef->_owner = data;
   for (int32_t i = 0; i < tasks._size; i++) {
     const Task task = taskOf(data, i);
@@ -404,7 +407,11 @@ static int doCumulative(
       ._order = nullptr,
       ._startRef = nullptr,
       ._durationRef = nullptr,
-      ._resourceRef = nullptr};
+      ._resourceRef = nullptr,
+      ._profile = nullptr,
+      ._loose = nullptr,
+      ._nbSteps = 0,
+      ._nbLoose = 0};
   if (!obeyLimits(tasks))
     return 0;
   Records records = {};

@@ -9,9 +9,41 @@
 struct CumulativeRef;
 struct CumulativeOrder;
 
+/// The bounds of a task, as they stand when it is read.
+struct Task
+{
+  int32_t est, lst;   ///< earliest and latest start
+  int32_t dMin, dMax; ///< shortest and longest duration
+  int32_t rMin;       ///< smallest requirement
+
+  int32_t ect() const { return wrapAdd(est, dMin); }    ///< earliest end at the shortest duration
+  int32_t lctMin() const { return wrapAdd(lst, dMin); } ///< latest end at the shortest duration
+  int32_t lct() const { return wrapAdd(lst, dMax); }    ///< latest end at the longest duration
+  bool isCompulsory() const { return lst < ect(); }     ///< it runs from lst to ect wherever it starts
+};
+
+/// From here on the compulsory parts need so much together.
+struct ProfileStep
+{
+  int32_t _time;
+  int64_t _height;
+  int64_t _energy; ///< of all before
+};
+
+/// A task that can load the resource and may still move.
+struct LooseTask : Task
+{
+  int32_t _index;
+  int32_t _position; ///< in the order
+  int32_t _reach;    ///< the largest earliest start of those up to there, of whatever kind
+  int64_t _energyBeforeLst;
+  int64_t _energyBeforeEct;
+};
+
 /// The record that all handlers of one cumulative constraint reach. The three arrays are the client's own. The windows
 /// are trailed, so they never move: the trail points at them. The order isn't trailed: any permutation serves, it is
-/// the cache of a sort.
+/// the cache of a sort. Profile and loose tasks are worked out each time that the energies are looked at, and say
+/// nothing in between.
 struct CumulativeData
 {
   CSint** _startTimes;
@@ -24,19 +56,10 @@ struct CumulativeData
   CumulativeRef* _startRef; ///< these three name this record as their owner
   CumulativeOrder* _durationRef;
   CumulativeRef* _resourceRef;
-};
-
-/// The bounds of a task, as they stand when it is read.
-struct Task
-{
-  int32_t est, lst;   ///< earliest and latest start
-  int32_t dMin, dMax; ///< shortest and longest duration
-  int32_t rMin;       ///< smallest requirement
-
-  int32_t ect() const { return wrapAdd(est, dMin); }    ///< earliest end at the shortest duration
-  int32_t lctMin() const { return wrapAdd(lst, dMin); } ///< latest end at the shortest duration
-  int32_t lct() const { return wrapAdd(lst, dMax); }    ///< latest end at the longest duration
-  bool isCompulsory() const { return lst < ect(); }     ///< it runs from lst to ect wherever it starts
+  ProfileStep* _profile; ///< lies behind the windows, with two steps at most for each task; by time
+  LooseTask* _loose;     ///< lies behind that; in the order
+  int32_t _nbSteps;
+  int32_t _nbLoose;
 };
 
 inline Task taskOf(const CumulativeData* data, int32_t i)

@@ -6,19 +6,23 @@
  * bound of each task at the most: the events of that wake the handlers, which come here again, so that the fixed point
  * is the queue's work and not that of a loop here.
  *
- * Nothing is stored between uses but the windows and the order; energies are worked out from the domains. Outside a
- * flush, as at posting, an update of a variable runs handlers that come here inside the outer call and sort the order
- * beneath it: so tasks are reached by position, and read again behind each such update. Nobody listens to a window.
+ * Nothing is stored between calls but the windows and the order. A call takes stock of the domains once: of the profile
+ * of the compulsory parts, with which the energy of any stretch is a difference of two, and of the tasks that may still
+ * move. Before the windows are copied only a capped requirement can change anything of that, and stock is taken again
+ * behind it. Outside a flush, as at posting, such an update runs handlers that come here inside the outer call and sort
+ * the order beneath it: so the outer one goes on from the position that it has reached. Nobody listens to a window.
  *
  * Energies are products of 32-bit values, widened first; their sums stay below 2^63 in all models that mean anything,
  * and wrap beyond. Quotients round towards zero. A bound worked out in 64 bits is cut to 32 when it is set.
  */
 #include "rcsCumulative.h"
 
+#include <algorithm>
+
 static int64_t sumOf(int64_t a, int64_t b) { return int64_t(uint64_t(a) + uint64_t(b)); }
 
 /// A rectangle; both sides are 32-bit values or differences of two, so the product is exact.
-static int64_t energyOf(int32_t height, int64_t time) { return int64_t(uint64_t(int64_t(height)) * uint64_t(time)); }
+static int64_t energyOf(int64_t height, int64_t time) { return int64_t(uint64_t(height) * uint64_t(time)); }
 
 /// The difference of two energies.
 static int64_t leftOf(int64_t a, int64_t b) { return int64_t(uint64_t(a) - uint64_t(b)); }
@@ -36,19 +40,82 @@ static bool isTooNarrow(const CSint* window, int32_t duration)
 // Energies and shares
 // =====================================================================================================================
 
+/// Steps at the same time stand in any order: no time passes between them.
+static void layOutProfile(CumulativeData* data)
+{
+  ProfileStep* const steps = data->_profile;
+  ProfileStep* end = steps;
+  for (int32_t i = 0; i < data->_size; i++) {
+    const Task task = taskOf(data, i);
+    if (!task.isCompulsory() || task.rMin == 0)
+      continue;
+    *end++ = {._time = task.lst, ._height = task.rMin, ._energy = 0};
+    *end++ = {._time = task.ect(), ._height = -int64_t(task.rMin), ._energy = 0};
+  }
+  std::sort(steps, end, [](const ProfileStep& a, const ProfileStep& b) { return a._time < b._time; });
+  for (ProfileStep* step = steps + 1; step < end; step++) {
+    step->_energy = sumOf(step[-1]._energy, energyOf(step[-1]._height, int64_t(step->_time) - step[-1]._time));
+    step->_height += step[-1]._height;
+  }
+  data->_nbSteps = int32_t(end - steps);
+}
+
+/// What the compulsory parts take of all the time before t.
+static int64_t energyBefore(const CumulativeData* data, int32_t t)
+{
+  const ProfileStep* step = data->_profile;
+  for (int32_t n = data->_nbSteps; n > 0;) {
+    const int32_t half = (n + 1) / 2;
+    step += step[half - 1]._time < t ? half : 0;
+    n -= half;
+  }
+  if (step == data->_profile)
+    return 0;
+  --step;
+  return sumOf(step->_energy, energyOf(step->_height, int64_t(t) - step->_time));
+}
+
+static LooseTask lookAt(const CumulativeData* data, int32_t i)
+{
+  const Task task = taskOf(data, i);
+  return {task, i, 0, 0, energyBefore(data, task.lst), energyBefore(data, task.ect())};
+}
+
+/// Reads the domains: all compulsory parts, and the loose tasks from a position on.
+static void takeStock(CumulativeData* data, int32_t from)
+{
+  layOutProfile(data);
+  int32_t reach = INT32_MIN;
+  data->_nbLoose = 0;
+  for (int32_t position = from; position < data->_size; position++) {
+    const int32_t i = data->_order[position];
+    const CSint* start = data->_startTimes[i];
+    reach = largerOf(reach, start->_min);
+    if (isFixed(start) || data->_durations[i]->_min <= 0 || data->_resources[i]->_min <= 0)
+      continue;
+    LooseTask* task = &data->_loose[data->_nbLoose++];
+    *task = lookAt(data, i);
+    task->_position = position;
+    task->_reach = reach;
+  }
+}
+
 /// What the compulsory parts take of the half-open stretch.
 static int64_t compulsoryEnergy(const CumulativeData* data, int32_t a, int32_t b)
 {
-  CSint* const* const starts = data->_startTimes;
-  CSint* const* const durations = data->_durations;
-  const int32_t size = data->_size;
-  int64_t energy = 0;
-  for (int32_t j = 0; j < size; j++) {
-    const int32_t lst = starts[j]->_max, ect = wrapAdd(starts[j]->_min, durations[j]->_min);
-    if (lst < ect && lst < b && ect > a)
-      energy = sumOf(energy, energyOf(data->_resources[j]->_min, int64_t(smallerOf(ect, b)) - largerOf(lst, a)));
+  return leftOf(energyBefore(data, b), energyBefore(data, a));
+}
+
+/// The same of a stretch whose end has wrapped: the parts that hold both ends count, backwards.
+static int64_t compulsoryEnergyBackwards(const CumulativeData* data, int32_t a, int32_t b)
+{
+  int64_t height = 0;
+  for (int32_t i = 0; i < data->_size; i++) {
+    const Task task = taskOf(data, i);
+    if (task.lst < b && task.ect() > a)
+      height += task.rMin;
   }
-  return energy;
+  return energyOf(height, int64_t(b) - a);
 }
 
 /// What the limit leaves beside the compulsory parts; negative where they need more.
@@ -224,29 +291,35 @@ static bool fitAroundCompulsoryPart(const CumulativeData* data, int32_t i)
 struct Interval
 {
   int32_t A, B;
+  int64_t energyBeforeA; ///< of the compulsory parts
+  int64_t energyBeforeB;
   int64_t slack;     ///< free capacity
   int64_t mandatory; ///< energy that no shift can avoid, beside the compulsory one
 };
+
+static void readEnergies(const CumulativeData* data, Interval* interval)
+{
+  interval->energyBeforeA = energyBefore(data, interval->A);
+  interval->energyBeforeB = energyBefore(data, interval->B);
+}
 
 /// Adds up the mandatory shares of the tasks and raises `need` to the limit that the interval asks for; false on
 /// overload. A task that has started is compulsory as a whole and has no share.
 static bool measure(const CumulativeData* data, Interval* interval, int64_t* need)
 {
   const int32_t A = interval->A, B = interval->B;
-  const int64_t compulsory = compulsoryEnergy(data, A, B), length = int64_t(B) - A;
+  const int64_t length = int64_t(B) - A;
+  const int64_t compulsory =
+      length < 0 ? compulsoryEnergyBackwards(data, A, B) : leftOf(interval->energyBeforeB, interval->energyBeforeA);
   const int64_t slack = length <= 0 ? 0 : leftOf(energyOf(data->_limit->_max, length), compulsory);
   int64_t mandatory = 0;
   if (slack < mandatory)
     return false;
-  for (int32_t position = 0; position < data->_size; position++) {
-    const int32_t j = data->_order[position];
-    const Task task = taskOf(data, j);
-    if (task.est >= B)
-      break;
-    if (task.lctMin() <= A || task.dMin <= 0 || isFixed(data->_startTimes[j]) || task.rMin <= 0)
+  for (const LooseTask *task = data->_loose, *end = task + data->_nbLoose; task < end && task->_reach < B; task++) {
+    if (task->lctMin() <= A)
       continue;
     // In 32 bits, unlike all other products.
-    mandatory = sumOf(mandatory, wrapMul(mandatoryShare(task, A, B), task.rMin));
+    mandatory = sumOf(mandatory, wrapMul(mandatoryShare(*task, A, B), task->rMin));
     if (slack < mandatory)
       return false;
   }
@@ -260,23 +333,29 @@ static bool measure(const CumulativeData* data, Interval* interval, int64_t* nee
   return true;
 }
 
-/// Narrows the window of task j, and caps its requirement, by the room that the others leave it in the interval.
-static bool narrowIn(const CumulativeData* data, int32_t j, const Interval& interval)
+/// Is that less than a task of the requirement takes in the time? Only then can the quotient of the two be smaller than
+/// the time; mostly it isn't, and the division is spared.
+static bool fallsShort(int64_t capacity, int32_t rMin, int64_t time) { return capacity < energyOf(rMin, time); }
+
+/// Narrows the window of the task, and caps its requirement, by the room that the others leave it in the interval.
+static bool narrowIn(CumulativeData* data, LooseTask task, Interval* interval, bool* capped)
 {
-  const int32_t A = interval.A, B = interval.B;
+  const int32_t A = interval->A, B = interval->B, j = task._index;
   CSint* window = &data->_windows[j];
-  Task task = taskOf(data, j);
   const int32_t rMin = task.rMin, left = leftShift(task, A, B), right = rightShift(task, A, B);
   const int32_t share = smallerOf(left, right);
-  const int64_t room = sumOf(leftOf(energyOf(rMin, share), interval.mandatory), interval.slack);
+  const int64_t room = sumOf(leftOf(energyOf(rMin, share), interval->mandatory), interval->slack);
   if (share > 0 && isInside(task, A, B)) {
     CSint* resource = data->_resources[j];
     const int64_t most = room / share;
     if (resource->_max > most) {
       if (!rcsSetMax(resource, int32_t(most)))
         return false;
-      // That may have moved anything. The requirement as it was is what the room was worked out with.
-      task = taskOf(data, j);
+      // The requirement as it was is what the room was worked out with.
+      *capped = true;
+      takeStock(data, task._position + 1);
+      readEnergies(data, interval);
+      task = lookAt(data, j);
     }
   }
   const int64_t overlap = compulsoryOverlap(task, A, B);
@@ -290,41 +369,57 @@ static bool narrowIn(const CumulativeData* data, int32_t j, const Interval& inte
     if (window->_max > q && !lowerWindow(window, snapDown(data, j, q, task.lctMin(), A, B)))
       return false;
   }
+  const int64_t limit = data->_limit->_max;
   // The rest of what lies in the interval, held against the compulsory energy alone.
   if (task.lst < B) {
     const int32_t L = largerOf(task.lst, A), R = smallerOf(task.ect(), B);
-    const int64_t q = largerOf(R, L) + freeCapacity(data, L, B) / rMin;
-    if (q < B && window->_max > q && !lowerWindow(window, snapDown(data, j, q, q, A, B)))
-      return false;
+    const int64_t before = task.lst < A ? interval->energyBeforeA : task._energyBeforeLst;
+    const int64_t capacity =
+        B <= L ? 0 : leftOf(energyOf(limit, int64_t(B) - L), leftOf(interval->energyBeforeB, before));
+    const int64_t from = largerOf(R, L);
+    if (fallsShort(capacity, rMin, smallerOf(B, window->_max) - from)) {
+      const int64_t q = from + capacity / rMin;
+      if (q < B && window->_max > q && !lowerWindow(window, snapDown(data, j, q, q, A, B)))
+        return false;
+    }
   }
   if (task.ect() > A) {
     const int32_t R = smallerOf(task.ect(), B);
-    const int64_t p = R - overlap - freeCapacity(data, A, R) / rMin;
-    if (p > A && window->_min < p && !raiseWindow(window, snapUp(data, j, p, A, B)))
-      return false;
+    const int64_t before = task.ect() > B ? interval->energyBeforeB : task._energyBeforeEct;
+    const int64_t capacity =
+        R <= A ? 0 : leftOf(energyOf(limit, int64_t(R) - A), leftOf(before, interval->energyBeforeA));
+    const int64_t from = R - overlap;
+    if (fallsShort(capacity, rMin, from - largerOf(A, window->_min))) {
+      const int64_t p = from - capacity / rMin;
+      if (p > A && window->_min < p && !raiseWindow(window, snapUp(data, j, p, A, B)))
+        return false;
+    }
   }
   return !isTooNarrow(window, task.dMin);
 }
 
-static bool examine(const CumulativeData* data, Interval interval, int64_t* need)
+static bool examine(CumulativeData* data, int32_t A, int32_t B, int64_t* need)
 {
+  Interval interval = {.A = A, .B = B, .energyBeforeA = 0, .energyBeforeB = 0, .slack = 0, .mandatory = 0};
+  readEnergies(data, &interval);
   if (!measure(data, &interval, need))
     return false;
-  for (int32_t position = 0; position < data->_size; position++) {
-    const int32_t j = data->_order[position];
-    const Task task = taskOf(data, j);
-    if (task.est >= interval.B)
-      break;
+  bool again = false;
+  for (const LooseTask* task = data->_loose; task < data->_loose + data->_nbLoose && task->_reach < B;) {
+    bool capped = false;
     // By the longest duration here, where the shares go by the shortest.
-    if (task.lct() <= interval.A || isFixed(data->_startTimes[j]) || task.dMin <= 0 || task.rMin <= 0)
-      continue;
-    if (!narrowIn(data, j, interval))
+    if (task->lct() > A && !narrowIn(data, *task, &interval, &capped))
       return false;
+    // Stock has been taken of the positions behind.
+    again |= capped;
+    task = capped ? data->_loose : task + 1;
   }
+  if (again)
+    takeStock(data, 0);
   return true;
 }
 
-static bool examineIntervals(const CumulativeData* data, int32_t from, int32_t to, int64_t* need)
+static bool examineIntervals(CumulativeData* data, int32_t from, int32_t to, int64_t* need)
 {
   int32_t A = INT32_MIN, B = INT32_MIN;
   for (int32_t position = 0; position < data->_size; position++) {
@@ -334,7 +429,7 @@ static bool examineIntervals(const CumulativeData* data, int32_t from, int32_t t
       continue;
     A = task.est;
     B = lctMin;
-    if (!examine(data, {.A = A, .B = B, .slack = 0, .mandatory = 0}, need))
+    if (!examine(data, A, B, need))
       return false;
   }
   return true;
@@ -360,6 +455,7 @@ bool adjustPartial(CumulativeData* data, int32_t from, int32_t to)
 {
   int64_t need = data->_limit->_min;
   sortOrder(data);
+  takeStock(data, 0);
   if (!refreshWindows(data))
     return false;
   for (int32_t i = 0; i < data->_size; i++)
