@@ -62,11 +62,15 @@ inline uint64_t nextBits(BitWalk& walk)
   return bits | walk._word << 1 << (63 - walk._shift); // in two steps, since a shift by 64 isn't one
 }
 
-/// The bits of the 64 values from `value` on alone.
+/// The bits of the 64 values from `value` on alone. Of those behind the set's range they say nothing.
 inline uint64_t bitsFrom(const Domain* set, int32_t value)
 {
-  BitWalk walk = walkFrom(set, value);
-  return nextBits(walk);
+  if (!set)
+    return ~uint64_t(0);
+  const uint32_t i = offsetOf(set, value);
+  const size_t index = i >> 6;
+  const uint64_t bits = wordAt(set, index) >> (i & 63);
+  return index + 1 < wordsOf(set) ? bits | wordAt(set, index + 1) << 1 << (63 - (i & 63)) : bits;
 }
 
 /// The number of bits on. Spelled out, because for the plainest processors the compiler makes a call of it.

@@ -35,7 +35,7 @@ struct RegularEdges
 struct RegularLayer
 {
   RegularEdges** _in;  ///< by target; null in the first layer
-  RegularEdges** _out; ///< by source; null in the last layer
+  RegularEdges** _out; ///< by source; null in the last layer; heads the block of all that belongs to the step
   CSint _state;
 };
 
@@ -270,43 +270,20 @@ static T* newTable(size_t rows, size_t columns)
   return static_cast<T*>(table);
 }
 
-/// An empty list with room for so many edges; null when out of memory.
-static RegularEdges* newEdges(size_t room)
-{
-  bool fits = room <= INT32_MAX && room <= (SIZE_MAX - sizeof(RegularEdges)) / sizeof(RegularEdge);
-  auto* list = fits ? static_cast<RegularEdges*>(malloc(sizeof(RegularEdges) + room * sizeof(RegularEdge))) : nullptr;
-  if (list)
-    *list = {._cursor = 0, ._count = 0};
-  else
-    rcsHandleNoMemoryError();
-  return list;
-}
-
 static void addEdge(RegularEdges* list, int32_t first, int32_t second)
 {
   list->_edges[list->_count++] = {._first = first, ._second = second};
 }
 
-static void freeLists(RegularEdges** lists, size_t count)
-{
-  if (!lists)
-    return;
-  for (size_t i = 0; i < count; i++)
-    free(lists[i]);
-  free(lists);
-}
-
 /// Frees what there is; the last attachment of a state takes the constraint on the states with it.
 static void freeGraph(const RegularData* d)
 {
-  size_t n = size_t(d->_size);
-  freeLists(d->_symbolEdges, n * size_t(d->_nbSymbols));
+  free(d->_symbolEdges);
   if (!d->_layers)
     return;
-  for (size_t k = 0; k <= n; k++) {
+  for (int32_t k = 0; k <= d->_size; k++) {
     RegularLayer* layer = d->_layers + k;
-    freeLists(layer->_out, size_t(d->_nbStates));
-    freeLists(layer->_in, size_t(d->_nbStates));
+    free(layer->_out);
     while (layer->_state._constraints)
       _rcsRemoveConstraint(&layer->_state);
     _rcsIntDestroy(&layer->_state);
@@ -449,24 +426,53 @@ static bool prune(const Unrolling& u, const int* finals, int32_t nbFinals)
   return true;
 }
 
-/// The lists of the sources of a step, of which the other two sorts are copies; counts the edges of each target.
-static bool listSources(const Unrolling& u, int32_t k)
+/// The lists of a step lie in one block behind the tables of its sources and of its targets, which are empty yet. Comes
+/// back with the place of the first list; null when out of memory.
+static void* openStep(const Unrolling& u, int32_t k)
 {
   const RegularData& d = u._graph;
-  const CSint* v = d._vars[k];
+  RegularLayer *from = d._layers + k, *to = from + 1;
+  size_t nbLists = size_t(from->_state._nbElements) + size_t(to->_state._nbElements), nbEdges = 0;
+  for (Walk symbol = walkSymbols(u, k); advance(symbol);) {
+    nbLists++;
+    nbEdges += size_t(liveRow(u, k)[symbol._value]);
+  }
+  const size_t tables = 2 * size_t(d._nbStates) * sizeof(RegularEdges*);
+  size_t size;
+  void* block = nullptr;
+  if (!__builtin_mul_overflow(nbEdges, 3 * sizeof(RegularEdge), &size) &&
+      !__builtin_add_overflow(size, nbLists * sizeof(RegularEdges) + tables, &size))
+    block = malloc(size);
+  if (!block) {
+    rcsHandleNoMemoryError();
+    return nullptr;
+  }
+  memset(block, 0, tables);
+  from->_out = static_cast<RegularEdges**>(block);
+  to->_in = from->_out + d._nbStates;
+  return to->_in + d._nbStates;
+}
+
+/// An empty list, and where the next one goes if this one is to have so many edges.
+static RegularEdges* openList(void*& place, size_t nbEdges)
+{
+  auto* list = static_cast<RegularEdges*>(place);
+  *list = {._cursor = 0, ._count = 0};
+  place = list->_edges + nbEdges;
+  return list;
+}
+
+/// The lists of the sources of a step, of which the other two sorts are copies; counts the edges of each target.
+static void listSources(const Unrolling& u, int32_t k, void*& place)
+{
+  const RegularData& d = u._graph;
   const int32_t nbStates = d._nbStates;
   markStates(u, k + 1);
   const uint8_t* const marked = u._marked;
   size_t* const incoming = u._incoming;
   memset(incoming, 0, size_t(nbStates) * sizeof(size_t));
-  RegularEdges** out = d._layers[k]._out = newTable<RegularEdges*>(size_t(d._nbStates), 1);
-  if (!out)
-    return false;
-  size_t room = rcsDomainCountOn(v->_domain, v->_min, v->_max);
   for (Walk source = walkStates(u, k); advance(source);) {
-    RegularEdges* list = out[source._value] = newEdges(room);
-    if (!list)
-      return false;
+    RegularEdges* list = d._layers[k]._out[source._value] = openList(place, 0);
     const int* targets = transitionsOf(u, source._value);
     for (Walk symbol = walkSymbols(u, k); advance(symbol);) {
       int32_t target = targets[symbol._value];
@@ -475,25 +481,22 @@ static bool listSources(const Unrolling& u, int32_t k)
       addEdge(list, symbol._value, target);
       incoming[target]++;
     }
+    place = list->_edges + list->_count;
   }
-  return true;
 }
 
 /// The lists of the targets and of the symbols of a step, of exactly the sizes that were counted.
-static bool listTargetsAndSymbols(const Unrolling& u, int32_t k)
+static void listTargetsAndSymbols(const Unrolling& u, int32_t k, void*& place)
 {
   const RegularData& d = u._graph;
   const int32_t* nbLive = liveRow(u, k);
-  RegularEdges** in = d._layers[k + 1]._in = newTable<RegularEdges*>(size_t(d._nbStates), 1);
-  if (!in)
-    return false;
+  RegularEdges** in = d._layers[k + 1]._in;
   for (Walk target = walkStates(u, k + 1); advance(target);)
-    if (!(in[target._value] = newEdges(u._incoming[target._value])))
-      return false;
+    in[target._value] = openList(place, u._incoming[target._value]);
   RegularEdges** row = symbolRow(&d, k);
   for (Walk symbol = walkSymbols(u, k); advance(symbol);)
-    if (nbLive[symbol._value] > 0 && !(row[symbol._value] = newEdges(size_t(nbLive[symbol._value]))))
-      return false;
+    if (nbLive[symbol._value] > 0)
+      row[symbol._value] = openList(place, size_t(nbLive[symbol._value]));
   for (Walk source = walkStates(u, k); advance(source);) {
     const RegularEdges* list = d._layers[k]._out[source._value];
     for (int32_t i = 0; i < list->_count; i++) {
@@ -502,16 +505,19 @@ static bool listTargetsAndSymbols(const Unrolling& u, int32_t k)
       addEdge(row[symbol], source._value, target);
     }
   }
-  return true;
 }
 
 static bool unroll(Unrolling& u, int32_t initial, const int* finals, int32_t nbFinals)
 {
   if (!openUnrolling(u, initial) || !prune(u, finals, nbFinals))
     return false;
-  for (int32_t k = 0; k < u._graph._size; k++)
-    if (!listSources(u, k) || !listTargetsAndSymbols(u, k))
+  for (int32_t k = 0; k < u._graph._size; k++) {
+    void* place = openStep(u, k);
+    if (!place)
       return false;
+    listSources(u, k, place);
+    listTargetsAndSymbols(u, k, place);
+  }
   return true;
 }
 
