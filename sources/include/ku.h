@@ -547,10 +547,12 @@ CS_API CSint* cs_Abs(CSint* x);
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /*
- * z = table[index]. The index is cut to 0..n-1, and z has exactly the values that can be reached. Domain consistent.
- * Null with n = 0, and when the index has no position in the table; a negative n fails after raising the index's
- * minimum to 0. The values of the table must lie within a span of 2147483647. Cost: logarithmic in n for a value, plus
- * its positions; linear for what a moved bound of z leaves out. Memory: 8 bytes for each entry.
+ * z = table[index]. The index is cut to 0..n-1, and z has exactly the values that can be reached. Domain consistent,
+ * but for a removal that a bound overtakes: where one propagation removes an inner value of the index and then moves a
+ * bound of the index past it, its entry may stay in z until z or the index is instantiated. Null with n = 0, and when
+ * the index has no position in the table; a negative n fails after raising the index's minimum to 0. The values of the
+ * table must lie within a span of 2147483647. Cost: logarithmic in n for a value, plus its positions; linear for what a
+ * moved bound of z leaves out. Memory: 8 bytes for each entry.
  */
 CS_API CSint* cs_Element(CSint* index, const int* table, int n);
 
@@ -582,7 +584,9 @@ CS_API CSint* cs_VarElementRange(CSint* index, CSint** variables, int n);
 /*
  * A position at which variables[position] = value: its domain is the set of positions that can still have the value,
  * and when it is instantiated the variable there is set to the value. Several variables may have the value; a position
- * that isn't chosen says nothing of its variable. Domain consistent, from the first event on: a value that only one
+ * that isn't chosen says nothing of its variable. Domain consistent, from the first event on, but for a removal that a
+ * bound overtakes: where one propagation removes the value from inside a variable and then moves a bound of that past
+ * it, the position may stay until the index is instantiated, which then fails there. At posting a value that only one
  * variable has gives an instantiated position, and that variable isn't set by posting. Null with n < 1 and when no
  * variable has the value. In a profiler's report the constraint stands under the name "cs_Cumulative".
  */

@@ -1,10 +1,12 @@
 /*
  * Element: a new variable equal to the entry of a constant table at a variable position.
  *
- * Strength: domain consistent. Every value of the result has a position, every position of the index has its value. The
- * index is cut to the table and the result made with exactly the values that can be reached, so nothing is left to do
- * at posting. The entries are kept a second time, sorted by value, so that the positions of a value are found by binary
- * search; an event on the result doesn't scan the table.
+ * Strength: domain consistent, but for a removal that a bound overtakes. Every value of the result has a position,
+ * every position of the index has its value. Where one propagation removes an inner position and then moves a bound
+ * past it, the removal isn't told, and the handler of the bound takes the position for a hole of before: its value may
+ * stay in the result until one of the two is fixed. The index is cut to the table and the result made with exactly the
+ * values that can be reached, so nothing is left to do at posting. The entries are kept a second time, sorted by value,
+ * so that the positions of a value are found by binary search; an event on the result doesn't scan the table.
  *
  * One constraint is attached to both variables, and its handlers tell them apart by comparing with the result. When a
  * context inside another one is accepted and the outer one restored, the index may be wider than it was at posting:
@@ -70,7 +72,8 @@ static int PelementIndexNeqEvent(const ElementData* e, int32_t position)
   return removeIfHeld(e->_result, value);
 }
 
-/// The bits of positions that a bound has passed are still on: what is off was a hole before.
+/// The bits of positions that a bound has passed are still on. What is off counts as a hole of before, of which the
+/// handler was told; that it may be a removal that the bound has overtaken is kept as it has always been.
 template <typename Side>
 static int loseBetween(const ElementData* e, int32_t old, int32_t now)
 {

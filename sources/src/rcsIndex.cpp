@@ -1,9 +1,10 @@
 /*
  * Index: a new variable for a position of an array of variables at which a given value is taken.
  *
- * Strength: domain consistent. The domain of the index is the set of positions that can still hold the value; an
- * instantiated index sets the variable there. The value may stand at several positions, so a position that the index
- * lost says nothing about the variable.
+ * Strength: domain consistent, but for a removal that a bound overtakes. The domain of the index is the set of
+ * positions that can still hold the value; where one propagation removes it from inside a variable and then moves a
+ * bound past it, the removal isn't told, and the position stays. An instantiated index sets the variable there. The
+ * value may stand at several positions, so a position that the index lost says nothing about the variable.
  *
  * Two constraints share the info: one on the index, one on the variables of the array with their positions.
  */
@@ -31,7 +32,8 @@ static int dropPosition(const Tconstraint* t, bool lost)
   return !lost || removeIfHeld(dataOf<IndexData>(t)->_indexVar, t->_index);
 }
 
-/// A bound has passed the value, and it was no hole: a bit is still on when a bound has passed it.
+/// A bound has passed the value, and it was no hole: a bit is still on when a bound has passed it. A removal that the
+/// bound has overtaken is taken for a hole of before, which is kept as it has always been.
 template <typename Side>
 static int onMove(const CSint* v, const Tconstraint* t, int32_t old, int32_t now)
 {

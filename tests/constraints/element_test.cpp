@@ -81,6 +81,28 @@ TEST_F(Element, AnIndexThatIsWiderThanAtPosting)
   cs_restoreContext();
 }
 
+// One propagation takes 1 from the inside and then moves the minimum past it: the removal isn't told, as the bound says
+// it all, and the handlers of the bound take 1 for a hole of before.
+TEST_F(Element, ARemovalThatABoundOvertakes)
+{
+  static const int values[] = {10, 11, 12, 13};
+  CSint *cause = makeVar("{0, 1}"), *x = makeVar("{0..3}");
+  Vars v = {x, makeVar("{0..3}")};
+  CSint *z = cs_Element(x, values, 4), *position = cs_Index(v.data(), 2, 1);
+  cs_IfNeq(cause, x, 1, 0);
+  cs_IfNeq(cause, x, 1, 1);
+  EXPECT_TRUE(cs_EQ(cause, 1));
+  EXPECT_EQ(textsOf({x, z, position}), "{2, 3} {11..13} {0, 1}");
+  // What has stayed misleads nobody.
+  cs_saveContext();
+  EXPECT_FALSE(cs_EQ(z, 11));
+  cs_restoreAndSaveContext();
+  EXPECT_FALSE(cs_EQ(position, 0));
+  cs_restoreContext();
+  EXPECT_TRUE(cs_EQ(x, 2));
+  EXPECT_EQ(textOf(z), "12");
+}
+
 TEST_F(Element, PositionsOfAValue)
 {
   Vars v = makeVars({"{0..4}", "{1, 3}", "{2..5}"}), w = makeVars({"{0..4}", "{5, 6}"});
