@@ -87,6 +87,7 @@ static const Problem problems[] = {
     {"project", 10, first, 1, other, true, "so many tasks on a resource, in the time that a greedy schedule takes"},
     {"project", 30, first, 1, other, true, "the same"},
     {"project", 40, first, 1, other, true, "the same"},
+    {"project", 70, first, 1, other, false, "the same"},
     {"growth", 1000, first, 1, other, true, "so many variables in a chain of cs_Le, posted and searched once"},
     {"growth", 10000, first, 1, other, true, "the same"},
     {"growth", 100000, first, 1, other, true, "the same"},

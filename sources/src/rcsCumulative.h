@@ -36,6 +36,8 @@ struct LooseTask : Task
   int32_t _index;
   int32_t _position; ///< in the order
   int32_t _reach;    ///< the largest earliest start of those up to there, of whatever kind
+  int32_t _left;     ///< its left and its right shift in the interval that is looked at
+  int32_t _right;
   int64_t _energyBeforeLst;
   int64_t _energyBeforeEct;
 };

@@ -78,7 +78,7 @@ static int64_t energyBefore(const CumulativeData* data, int32_t t)
 static LooseTask lookAt(const CumulativeData* data, int32_t i)
 {
   const Task task = taskOf(data, i);
-  return {task, i, 0, 0, energyBefore(data, task.lst), energyBefore(data, task.ect())};
+  return {task, i, 0, 0, 0, 0, energyBefore(data, task.lst), energyBefore(data, task.ect())};
 }
 
 /// Reads the domains: all compulsory parts, and the loose tasks from a position on.
@@ -152,12 +152,6 @@ static int32_t rightShift(const Task& task, int32_t A, int32_t B)
     return freeDuration(task);
   const int32_t from = largerOf(largerOf(task.lst, task.ect()), A), to = smallerOf(lctMin, B);
   return from < to ? wrapSub(to, from) : 0;
-}
-
-/// The time in the interval that no shift can avoid, over and above the compulsory part.
-static int32_t mandatoryShare(const Task& task, int32_t A, int32_t B)
-{
-  return smallerOf(leftShift(task, A, B), rightShift(task, A, B));
 }
 
 static int64_t compulsoryOverlap(const Task& task, int32_t A, int32_t B)
@@ -303,6 +297,15 @@ static void readEnergies(const CumulativeData* data, Interval* interval)
   interval->energyBeforeB = energyBefore(data, interval->B);
 }
 
+/// Comes back with the mandatory share, the time in the interval that no shift can avoid, over and above the compulsory
+/// part.
+static int32_t findShifts(LooseTask* task, int32_t A, int32_t B)
+{
+  task->_left = leftShift(*task, A, B);
+  task->_right = rightShift(*task, A, B);
+  return smallerOf(task->_left, task->_right);
+}
+
 /// Adds up the mandatory shares of the tasks and raises `need` to the limit that the interval asks for; false on
 /// overload. A task that has started is compulsory as a whole and has no share.
 static bool measure(const CumulativeData* data, Interval* interval, int64_t* need)
@@ -315,11 +318,12 @@ static bool measure(const CumulativeData* data, Interval* interval, int64_t* nee
   int64_t mandatory = 0;
   if (slack < mandatory)
     return false;
-  for (const LooseTask *task = data->_loose, *end = task + data->_nbLoose; task < end && task->_reach < B; task++) {
+  for (LooseTask *task = data->_loose, *end = task + data->_nbLoose; task < end && task->_reach < B; task++) {
+    const int32_t share = findShifts(task, A, B);
     if (task->lctMin() <= A)
       continue;
     // In 32 bits, unlike all other products.
-    mandatory = sumOf(mandatory, wrapMul(mandatoryShare(*task, A, B), task->rMin));
+    mandatory = sumOf(mandatory, wrapMul(share, task->rMin));
     if (slack < mandatory)
       return false;
   }
@@ -338,14 +342,15 @@ static bool measure(const CumulativeData* data, Interval* interval, int64_t* nee
 static bool fallsShort(int64_t capacity, int32_t rMin, int64_t time) { return capacity < energyOf(rMin, time); }
 
 /// Narrows the window of the task, and caps its requirement, by the room that the others leave it in the interval.
-static bool narrowIn(CumulativeData* data, LooseTask task, Interval* interval, bool* capped)
+static bool narrowIn(CumulativeData* data, const LooseTask* task, Interval* interval, bool* capped)
 {
-  const int32_t A = interval->A, B = interval->B, j = task._index;
+  LooseTask afresh;
+  const int32_t A = interval->A, B = interval->B, j = task->_index;
   CSint* window = &data->_windows[j];
-  const int32_t rMin = task.rMin, left = leftShift(task, A, B), right = rightShift(task, A, B);
+  const int32_t rMin = task->rMin, left = task->_left, right = task->_right;
   const int32_t share = smallerOf(left, right);
   const int64_t room = sumOf(leftOf(energyOf(rMin, share), interval->mandatory), interval->slack);
-  if (share > 0 && isInside(task, A, B)) {
+  if (share > 0 && isInside(*task, A, B)) {
     CSint* resource = data->_resources[j];
     const int64_t most = room / share;
     if (resource->_max > most) {
@@ -353,27 +358,30 @@ static bool narrowIn(CumulativeData* data, LooseTask task, Interval* interval, b
         return false;
       // The requirement as it was is what the room was worked out with.
       *capped = true;
-      takeStock(data, task._position + 1);
+      takeStock(data, task->_position + 1);
       readEnergies(data, interval);
-      task = lookAt(data, j);
+      for (int32_t i = 0; i < data->_nbLoose; i++)
+        findShifts(&data->_loose[i], A, B);
+      afresh = lookAt(data, j);
+      task = &afresh;
     }
   }
-  const int64_t overlap = compulsoryOverlap(task, A, B);
-  if (room < energyOf(task.rMin, left)) {
+  const int64_t overlap = compulsoryOverlap(*task, A, B);
+  if (room < energyOf(task->rMin, left)) {
     const int64_t p = B - overlap - room / rMin;
     if (window->_min < p && !raiseWindow(window, snapUp(data, j, p, A, B)))
       return false;
   }
-  if (room < energyOf(task.rMin, right)) {
+  if (room < energyOf(task->rMin, right)) {
     const int64_t q = room / rMin + A + overlap;
-    if (window->_max > q && !lowerWindow(window, snapDown(data, j, q, task.lctMin(), A, B)))
+    if (window->_max > q && !lowerWindow(window, snapDown(data, j, q, task->lctMin(), A, B)))
       return false;
   }
   const int64_t limit = data->_limit->_max;
   // The rest of what lies in the interval, held against the compulsory energy alone.
-  if (task.lst < B) {
-    const int32_t L = largerOf(task.lst, A), R = smallerOf(task.ect(), B);
-    const int64_t before = task.lst < A ? interval->energyBeforeA : task._energyBeforeLst;
+  if (task->lst < B) {
+    const int32_t L = largerOf(task->lst, A), R = smallerOf(task->ect(), B);
+    const int64_t before = task->lst < A ? interval->energyBeforeA : task->_energyBeforeLst;
     const int64_t capacity =
         B <= L ? 0 : leftOf(energyOf(limit, int64_t(B) - L), leftOf(interval->energyBeforeB, before));
     const int64_t from = largerOf(R, L);
@@ -383,9 +391,9 @@ static bool narrowIn(CumulativeData* data, LooseTask task, Interval* interval, b
         return false;
     }
   }
-  if (task.ect() > A) {
-    const int32_t R = smallerOf(task.ect(), B);
-    const int64_t before = task.ect() > B ? interval->energyBeforeB : task._energyBeforeEct;
+  if (task->ect() > A) {
+    const int32_t R = smallerOf(task->ect(), B);
+    const int64_t before = task->ect() > B ? interval->energyBeforeB : task->_energyBeforeEct;
     const int64_t capacity =
         R <= A ? 0 : leftOf(energyOf(limit, int64_t(R) - A), leftOf(before, interval->energyBeforeA));
     const int64_t from = R - overlap;
@@ -395,7 +403,7 @@ static bool narrowIn(CumulativeData* data, LooseTask task, Interval* interval, b
         return false;
     }
   }
-  return !isTooNarrow(window, task.dMin);
+  return !isTooNarrow(window, task->dMin);
 }
 
 static bool examine(CumulativeData* data, int32_t A, int32_t B, int64_t* need)
@@ -408,7 +416,7 @@ static bool examine(CumulativeData* data, int32_t A, int32_t B, int64_t* need)
   for (const LooseTask* task = data->_loose; task < data->_loose + data->_nbLoose && task->_reach < B;) {
     bool capped = false;
     // By the longest duration here, where the shares go by the shortest.
-    if (task->lct() > A && !narrowIn(data, *task, &interval, &capped))
+    if (task->lct() > A && !narrowIn(data, task, &interval, &capped))
       return false;
     // Stock has been taken of the positions behind.
     again |= capped;

@@ -164,6 +164,17 @@ TEST_F(Cumulative, WhatPostingLeaves)
   }
 }
 
+// At posting a capped requirement wakes what hangs on it at once, and that moves the task: it is looked at afresh.
+TEST_F(Cumulative, ACapThatMovesTheTask)
+{
+  s = makeVars({"3..5", "3..5"}), d = makeVars({"3", "2"}), r = makeVars({"2..6", "3, 4"}), limit = makeVar("1..4");
+  EXPECT_FALSE(cs_Le(s[0], r[0]) && post());
+  s = makeVars({"2..5", "2..4", "1, 2"}), d = makeVars({"2", "3", "3"}), r = makeVars({"2..6", "3", "2..8"});
+  limit = makeVar("3, 4");
+  EXPECT_TRUE(cs_Le(s[0], r[0]) && post());
+  EXPECT_EQ(textsOf(s) + " " + textsOf(r) + " " + textOf(limit), "2 4 1 2 3 2 4");
+}
+
 TEST_F(Cumulative, Events)
 {
   s = makeVars({"0..9", "3..5"}), d = makeVars({"0..4", "3"}), r = makeVars({"0..3", "1"}), limit = makeVar("0..3");
