@@ -7,10 +7,11 @@
  * is the queue's work and not that of a loop here.
  *
  * Nothing is stored between calls but the windows and the order. A call takes stock of the domains once: of the profile
- * of the compulsory parts, with which the energy of any stretch is a difference of two, and of the tasks that may still
- * move. Before the windows are copied only a capped requirement can change anything of that, and stock is taken again
- * behind it. Outside a flush, as at posting, such an update runs handlers that come here inside the outer call and sort
- * the order beneath it: so the outer one goes on from the position that it has reached. Nobody listens to a window.
+ * of the compulsory parts, with which the energy of any stretch is a difference of two, and of the loose tasks, which
+ * may still move. Before the windows are copied only a capped requirement can change anything of that, and stock is
+ * taken again behind it. Outside a flush, as at posting, such an update runs handlers that come here inside the outer
+ * call and sort the order beneath it: so the outer one goes on from the position that it has reached. Nobody listens to
+ * a window.
  *
  * Energies are products of 32-bit values, widened first; their sums stay below 2^63 in all models that mean anything,
  * and wrap beyond. Quotients round towards zero. A bound worked out in 64 bits is cut to 32 when it is set.
@@ -21,7 +22,8 @@
 
 static int64_t sumOf(int64_t a, int64_t b) { return int64_t(uint64_t(a) + uint64_t(b)); }
 
-/// A rectangle; both sides are 32-bit values or differences of two, so the product is exact.
+/// A rectangle. The time is a difference of 32-bit values at the most, so that for a height of 32 bits the product is
+/// exact; for a stack it wraps where the sum of its parts would.
 static int64_t energyOf(int64_t height, int64_t time) { return int64_t(uint64_t(height) * uint64_t(time)); }
 
 /// The difference of two energies.
