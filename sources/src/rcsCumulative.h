@@ -34,12 +34,12 @@ struct ProfileStep
 struct LooseTask : Task
 {
   int32_t _index;
-  int32_t _position; ///< in the order
-  int32_t _reach;    ///< the largest earliest start of those up to there, of whatever kind
-  int32_t _left;     ///< its left and its right shift in the interval that is looked at
-  int32_t _right;
-  int64_t _energyBeforeLst;
+  int64_t _energyBeforeLst; ///< of the compulsory parts
   int64_t _energyBeforeEct;
+  int32_t _position = 0; ///< in the order
+  int32_t _reach = 0;    ///< the largest earliest start of those up to there, of whatever kind
+  int32_t _left = 0;     ///< its left and its right shift in the interval that is looked at
+  int32_t _right = 0;
 };
 
 /// The record that all handlers of one cumulative constraint reach. The three arrays are the client's own. The windows

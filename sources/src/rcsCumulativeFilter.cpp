@@ -80,7 +80,7 @@ static int64_t energyBefore(const CumulativeData* data, int32_t t)
 static LooseTask lookAt(const CumulativeData* data, int32_t i)
 {
   const Task task = taskOf(data, i);
-  return {task, i, 0, 0, 0, 0, energyBefore(data, task.lst), energyBefore(data, task.ect())};
+  return {task, i, energyBefore(data, task.lst), energyBefore(data, task.ect())};
 }
 
 /// Reads the domains: all compulsory parts, and the loose tasks from a position on.
@@ -120,10 +120,15 @@ static int64_t compulsoryEnergyBackwards(const CumulativeData* data, int32_t a, 
   return energyOf(height, int64_t(b) - a);
 }
 
-/// What the limit leaves beside the compulsory parts; negative where they need more.
+/// What the limit leaves of the stretch beside so much compulsory energy; negative where that is more.
+static int64_t capacityBeside(const CumulativeData* data, int64_t compulsory, int32_t a, int32_t b)
+{
+  return b <= a ? 0 : leftOf(energyOf(data->_limit->_max, int64_t(b) - a), compulsory);
+}
+
 static int64_t freeCapacity(const CumulativeData* data, int32_t a, int32_t b)
 {
-  return b <= a ? 0 : leftOf(energyOf(data->_limit->_max, int64_t(b) - a), compulsoryEnergy(data, a, b));
+  return capacityBeside(data, compulsoryEnergy(data, a, b), a, b);
 }
 
 /// Can't the task at its shortest leave the interval?
@@ -316,7 +321,7 @@ static bool measure(const CumulativeData* data, Interval* interval, int64_t* nee
   const int64_t length = int64_t(B) - A;
   const int64_t compulsory =
       length < 0 ? compulsoryEnergyBackwards(data, A, B) : leftOf(interval->energyBeforeB, interval->energyBeforeA);
-  const int64_t slack = length <= 0 ? 0 : leftOf(energyOf(data->_limit->_max, length), compulsory);
+  const int64_t slack = capacityBeside(data, compulsory, A, B);
   int64_t mandatory = 0;
   if (slack < mandatory)
     return false;
@@ -379,13 +384,11 @@ static bool narrowIn(CumulativeData* data, const LooseTask* task, Interval* inte
     if (window->_max > q && !lowerWindow(window, snapDown(data, j, q, task->lctMin(), A, B)))
       return false;
   }
-  const int64_t limit = data->_limit->_max;
   // The rest of what lies in the interval, held against the compulsory energy alone.
   if (task->lst < B) {
     const int32_t L = largerOf(task->lst, A), R = smallerOf(task->ect(), B);
     const int64_t before = task->lst < A ? interval->energyBeforeA : task->_energyBeforeLst;
-    const int64_t capacity =
-        B <= L ? 0 : leftOf(energyOf(limit, int64_t(B) - L), leftOf(interval->energyBeforeB, before));
+    const int64_t capacity = capacityBeside(data, leftOf(interval->energyBeforeB, before), L, B);
     const int64_t from = largerOf(R, L);
     if (fallsShort(capacity, rMin, smallerOf(B, window->_max) - from)) {
       const int64_t q = from + capacity / rMin;
@@ -396,8 +399,7 @@ static bool narrowIn(CumulativeData* data, const LooseTask* task, Interval* inte
   if (task->ect() > A) {
     const int32_t R = smallerOf(task->ect(), B);
     const int64_t before = task->ect() > B ? interval->energyBeforeB : task->_energyBeforeEct;
-    const int64_t capacity =
-        R <= A ? 0 : leftOf(energyOf(limit, int64_t(R) - A), leftOf(before, interval->energyBeforeA));
+    const int64_t capacity = capacityBeside(data, leftOf(before, interval->energyBeforeA), A, R);
     const int64_t from = R - overlap;
     if (fallsShort(capacity, rMin, from - largerOf(A, window->_min))) {
       const int64_t p = from - capacity / rMin;
