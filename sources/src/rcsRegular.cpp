@@ -6,7 +6,8 @@
  * The states of a layer are a private variable, and an edge is alive while its symbol and both its ends are in their
  * domains. Each edge stands in three lists: of its source, its target and its symbol, the owners. Each list has a
  * cursor on one live edge, the owner's watched support; only when an event hits that edge the list is searched, and an
- * owner without a live edge is removed, which is the next event. See G. Pesant, "A regular language membership
+ * owner without a live edge is removed, which is the next event. Who may watch an edge of a lost state is read off that
+ * state's own lists, so such an event costs no more than its edges. See G. Pesant, "A regular language membership
  * constraint for finite sequences of variables", 2004.
  *
  * Lists never change after posting. The cursors lie outside the trail: restoring only widens domains, so an edge that
@@ -199,6 +200,73 @@ static int onState(const Tconstraint* t, Hit isHit)
          rewatchSources<&RegularEdge::_second>(d, k - 1, isHit);
 }
 
+/// Sets of states and of symbols as bits, for automata that have no more than 64 of either.
+constexpr int32_t smallSize = 64;
+
+static uint64_t bitsBelow(int32_t value) { return value < smallSize ? (uint64_t(1) << value) - 1 : ~uint64_t(0); }
+
+/// The other ends of edges.
+struct Ends
+{
+  uint64_t _symbols;
+  uint64_t _states;
+};
+
+/// Of all edges of some states, of which these are the lists.
+static Ends endsOf(RegularEdges* const* lists, uint64_t states)
+{
+  Ends ends = {._symbols = 0, ._states = 0};
+  for (; states; states &= states - 1) {
+    const RegularEdges* list = lists[std::countr_zero(states)];
+    if (!list)
+      continue;
+    for (const RegularEdge *edge = list->_edges, *end = edge + list->_count; edge < end; edge++) {
+      ends._symbols |= uint64_t(1) << edge->_first;
+      ends._states |= uint64_t(1) << edge->_second;
+    }
+  }
+  return ends;
+}
+
+/// As rewatch, where the event can have hit none but the edges of some of these owners.
+template <int32_t RegularEdge::*coordinate, typename Hit>
+static int rewatchAmong(
+    uint64_t among, CSint* owners, RegularEdges** lists, const CSint* first, const CSint* second, Hit isHit)
+{
+  for (; among; among &= among - 1) {
+    const int32_t owner = std::countr_zero(among);
+    RegularEdges* list = lists[owner];
+    if (isHit(list->_edges[list->_cursor].*coordinate) && holds(owners, owner) && !findSupport(list, first, second) &&
+        !rcsRemoveValue(owners, owner))
+      return 0;
+  }
+  return 1;
+}
+
+/// As onState, for an event by which the layer has lost the states from `low` to before `end`, as far as it had them.
+template <typename Hit>
+static int onLostStates(const Tconstraint* t, int32_t low, int32_t end, Hit isHit)
+{
+  const RegularData* d = dataOf<StateRef>(t)->_owner;
+  if (d->_nbStates > smallSize || d->_nbSymbols > smallSize)
+    return onState(t, isHit);
+  const uint64_t lost = bitsBelow(end) & ~bitsBelow(low);
+  const int32_t k = t->_index;
+  RegularLayer *here = d->_layers + k, *before = here - 1, *behind = here + 1;
+  if (k < d->_size) {
+    CSint* x = d->_vars[k];
+    const Ends ends = endsOf(here->_out, lost);
+    if (!rewatchAmong<&RegularEdge::_first>(ends._symbols, x, symbolRow(d, k), &here->_state, &behind->_state, isHit) ||
+        !rewatchAmong<&RegularEdge::_second>(ends._states, &behind->_state, behind->_in, x, &here->_state, isHit))
+      return 0;
+  }
+  CSint* x = d->_vars[k - 1];
+  const Ends ends = endsOf(here->_in, lost);
+  return rewatchAmong<&RegularEdge::_second>(
+             ends._symbols, x, symbolRow(d, k - 1), &before->_state, &here->_state, isHit) &&
+         rewatchAmong<&RegularEdge::_second>(ends._states, &before->_state, before->_out, x, &here->_state, isHit);
+}
+
 // =====================================================================================================================
 // Handlers
 //
@@ -236,15 +304,22 @@ static int PtintNeqEvent(CSint*, Tconstraint* t, int32_t removed, int32_t)
   return onSymbol(t, isTheRemoved(removed));
 }
 
-static int PstateNewMinEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return onState(t, isBelowMin(v)); }
+static int PstateNewMinEvent(CSint* v, Tconstraint* t, int32_t old, int32_t)
+{
+  return onLostStates(t, old, v->_min, isBelowMin(v));
+}
 
-static int PstateNewMaxEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return onState(t, isAboveMax(v)); }
+static int PstateNewMaxEvent(CSint* v, Tconstraint* t, int32_t old, int32_t)
+{
+  return onLostStates(t, v->_max + 1, old + 1, isAboveMax(v));
+}
 
+// Most of a layer is lost at once here, so the edges of what is left are looked at.
 static int PstateEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return onState(t, isNotTheValue(v)); }
 
 static int PstateNeqEvent(CSint*, Tconstraint* t, int32_t removed, int32_t)
 {
-  return onState(t, isTheRemoved(removed));
+  return onLostStates(t, removed, removed + 1, isTheRemoved(removed));
 }
 
 static const Handler Ptint[6] = {

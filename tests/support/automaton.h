@@ -14,13 +14,16 @@ namespace kit::automaton {
 
 inline Values draw(Random& random)
 {
-  int nbStates = random.pick(1, 7), nbSymbols = random.pick(2, 4), nbFinals = random.pick(1, 4);
-  Values p = {nbStates, nbSymbols, random.pick(0, nbStates - 1), nbFinals};
+  // At times the numbers of the states go beyond what a word has bits.
+  int count = random.pick(1, 7), stride = random.chance(15) ? 20 : 1, nbStates = count * stride;
+  int nbSymbols = random.pick(2, 4), nbFinals = random.pick(1, 4);
+  auto state = [&] { return stride * random.pick(0, count - 1); };
+  Values p = {nbStates, nbSymbols, state(), nbFinals};
   for (int i = 0; i < nbFinals; i++)
-    p.push_back(random.chance(15) ? random.pick(-2, nbStates + 1) : random.pick(0, nbStates - 1));
+    p.push_back(random.chance(15) ? random.pick(-2, nbStates + 1) : state());
   const int nowhere[] = {-1, nbStates, -7}, none = random.pick(0, 50);
   for (int i = 0; i < nbStates * nbSymbols; i++)
-    p.push_back(random.chance(none) ? random.oneOf(nowhere) : random.pick(0, nbStates - 1));
+    p.push_back(random.chance(none) ? random.oneOf(nowhere) : state());
   return p;
 }
 
