@@ -143,6 +143,7 @@ int cs_findAll(CSint** variables, int n, CSfindFreeVar findFreeVar, CSfound foun
 
 /// The first variable with the smallest key, if that is below `worst`. The keys of fixed variables are no smaller than
 /// `worst`, so that one comparison does: whether a variable is still free is as good as random, a new best one is rare.
+/// Behind one with the key 0 there is none that is better.
 template <typename Key>
 static inline CSint* smallest(CSint** variables, int n, uint64_t worst, Key key)
 {
@@ -153,6 +154,8 @@ static inline CSint* smallest(CSint** variables, int n, uint64_t worst, Key key)
     if (here < bestKey) {
       best = variables[i];
       bestKey = here;
+      if (here == 0)
+        break;
     }
   }
   return best;
