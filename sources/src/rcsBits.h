@@ -22,6 +22,13 @@ inline bool bitAt(const Domain* set, int32_t value)
   return set->_bits[i >> 3] >> (i & 7) & 1;
 }
 
+/// Of a value that the set covers.
+inline void turnOff(Domain* set, int32_t value)
+{
+  const uint32_t i = offsetOf(set, value);
+  set->_bits[i >> 3] &= uint8_t(~(1u << (i & 7)));
+}
+
 inline size_t wordsOf(const Domain* set) { return (size_t(set->_nbBytes) + 7) / 8; }
 
 inline uint64_t wordAt(const Domain* set, size_t index)

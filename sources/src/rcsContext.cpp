@@ -6,6 +6,7 @@
  * is what clients see: records of the trail are undone strictly backwards, the queue is first in, first out, and the
  * attachments of a variable are woken newest first.
  */
+#include "rcsArith.h"
 #include "rcsMark.h"
 
 #include <cstdio>
@@ -302,7 +303,8 @@ static void dropMarks()
   dropMarks();
 }
 
-static inline void restore(const TrailEvent* record)
+/// Undoes a change of a domain; false for a record of something else.
+static inline bool restoreDomain(const TrailEvent* record)
 {
   auto* variable = static_cast<CSint*>(record->_subject);
   const uint32_t kind = record->_kind;
@@ -314,8 +316,15 @@ static inline void restore(const TrailEvent* record)
     variable->_nbElements = record->_extra._int;
     rcsDomainOn(variable->_domain, value);
   } else {
-    restoreOther(record);
+    return false;
   }
+  return true;
+}
+
+static void restore(const TrailEvent* record)
+{
+  if (!restoreDomain(record))
+    restoreOther(record);
 }
 
 void _rcsRestore(TrailEvent* record)
@@ -351,12 +360,26 @@ int32_t _rcsPopContext(void)
   return context->_eventIndex;
 }
 
+/// Undoes the newest records as long as they are changes of domains in the current block: nobody looks on, so the heap
+/// is told once, at the end.
+static inline void undoDomains(int32_t eventIndex)
+{
+  TrailEvent* e = _e._top;
+  const TrailEvent* const end = e - (_e._used - largerOf(eventIndex, _e._current->_base));
+  while (e > end && restoreDomain(e - 1))
+    e--;
+  _e._used -= int32_t(_e._top - e);
+  _e._top = e;
+}
+
 static void undoTo(int32_t eventIndex)
 {
   while (_e._used > eventIndex) {
+    undoDomains(eventIndex);
+    if (_e._used <= eventIndex)
+      return;
     TrailEvent* e = giveBackRecord(_e);
-    if (e->_kind > Neq) [[unlikely]]
-      _rcsFinalizeEvent(e);
+    _rcsFinalizeEvent(e);
     restore(e);
   }
 }

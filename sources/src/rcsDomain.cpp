@@ -57,10 +57,8 @@ void rcsDomainOn(Domain* set, int32_t value)
 
 void rcsDomainOff(Domain* set, int32_t value)
 {
-  if (!covers(set, value))
-    return;
-  uint32_t i = offsetOf(set, value);
-  set->_bits[i >> 3] &= uint8_t(~(1u << (i & 7)));
+  if (covers(set, value))
+    turnOff(set, value);
 }
 
 void rcsDomainNotInInterval(Domain* set, int32_t from, int32_t to)

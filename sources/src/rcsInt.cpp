@@ -393,6 +393,18 @@ int rcsRemoveValue(CSint* variable, int32_t value)
   return removeHeld(variable, value, nullptr);
 }
 
+static inline int switchOff(CSint* v, int32_t value, const Constraint* cause)
+{
+  turnOff(v->_domain, value);
+  v->_nbElements = wrapSub(v->_nbElements, 1);
+  return tellRemoved(v, value, cause);
+}
+
+[[gnu::noinline]] static int switchFirstOff(CSint* v, int32_t value, const Constraint* cause)
+{
+  return makeBits(v) ? switchOff(v, value, cause) : 0;
+}
+
 int removeHeld(CSint* variable, int32_t value, const Constraint* cause)
 {
   if (isFixed(variable))
@@ -410,11 +422,7 @@ int removeHeld(CSint* variable, int32_t value, const Constraint* cause)
     return hasHoles(variable) ? dropOverHoles<Down>(variable, value - 1) : lowerMax(variable, value - 1);
   }
   writeOld(variable, Neq, value, variable->_nbElements);
-  if (!variable->_domain && !makeBits(variable))
-    return 0;
-  rcsDomainOff(variable->_domain, value);
-  variable->_nbElements = wrapSub(variable->_nbElements, 1);
-  return tellRemoved(variable, value, cause);
+  return variable->_domain ? switchOff(variable, value, cause) : switchFirstOff(variable, value, cause);
 }
 
 int _rcsRemoveValue(CSint* variable, int32_t value)

@@ -43,7 +43,7 @@ inline void writeOld(CSint* variable, EventKind kind, int32_t value, int32_t nbE
 int queueChange(CSint* variable, uint32_t event, int32_t value);
 
 /// Flushes for a change that would be the first in an empty queue, of a variable with listeners: it needs no record.
-int flushChange(CSint* variable, size_t event, int32_t old, int32_t now);
+[[gnu::noinline]] int flushChange(CSint* variable, size_t event, int32_t old, int32_t now);
 
 /// Tells the listeners of a change that was just made. `tell` notes it as told and gives the step to `flushChange`; it
 /// serves where the change is reached at once, when nothing can have made it stale.
