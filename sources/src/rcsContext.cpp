@@ -462,27 +462,6 @@ void cs_restoreAndSaveContext(void)
 
 int32_t __rcsPropagateCount = 0;
 
-/// Appends a record for whichever flush reaches it.
-static PropagationRecord* enqueue(CSint* variable, uint32_t event, int32_t value)
-{
-  PropagationRecord* record = _pq._free;
-  if (record)
-    _pq._free = record->_nextRecord;
-  else if (!(record = takeRecord(_pq._heap)))
-    return nullptr;
-  *record = {._variable = variable,
-      ._event = event,
-      ._value = value,
-      ._attachments = variable->_constraints,
-      ._nextRecord = nullptr};
-  if (_pq._head)
-    _pq._tail->_nextRecord = record;
-  else
-    _pq._head = record;
-  _pq._tail = record;
-  return record;
-}
-
 /// What the handlers are told.
 struct Change
 {
@@ -686,13 +665,42 @@ int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
   });
 }
 
+[[gnu::noinline]] static int drainForChange()
+{
+  return runFlush([] { drainQueue(nullptr); });
+}
+
+/// With a new record on the free list.
+[[gnu::noinline]] static int queueOnNewRecord(CSint* variable, uint32_t event, int32_t value)
+{
+  PropagationRecord* record = takeRecord(_pq._heap);
+  if (!record)
+    return 0;
+  record->_nextRecord = nullptr;
+  _pq._free = record;
+  return queueChange(variable, event, value);
+}
+
 int queueChange(CSint* variable, uint32_t event, int32_t value)
 {
+  PropagationRecord* record = _pq._free;
+  if (!record) [[unlikely]]
+    return queueOnNewRecord(variable, event, value);
+  _pq._free = record->_nextRecord;
+  *record = {._variable = variable,
+      ._event = event,
+      ._value = value,
+      ._attachments = variable->_constraints,
+      ._nextRecord = nullptr};
+  PropagationRecord* last = _pq._tail;
+  _pq._tail = record;
   // A queue that isn't empty is being flushed further up the stack.
-  bool first = !_pq._head;
-  if (!enqueue(variable, event, value))
-    return 0;
-  return !first || _pq._depth > _pq._depthLimit || runFlush([] { drainQueue(nullptr); });
+  if (_pq._head) {
+    last->_nextRecord = record;
+    return 1;
+  }
+  _pq._head = record;
+  return _pq._depth > _pq._depthLimit || drainForChange();
 }
 
 int rcsDoPropagation(CSint* variable, uint32_t event, int32_t value)
