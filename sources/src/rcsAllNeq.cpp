@@ -27,15 +27,14 @@ struct AllNeqData
   CSint* _minVar; ///< witness for the low end
   CSint* _maxVar; ///< witness for the high end
   int32_t _nbSettled;
-  uint64_t* _open; ///< a bit for each position that isn't settled; null for a small array
-  Mark* _settled;  ///< the others, in the order in which they became so
+  uint64_t* _open;    ///< a bit for each position that isn't settled; null for a small array
+  uint64_t* _openEnd; ///< behind the last of their words
+  Mark* _settled;     ///< the others, in the order in which they became so
 };
 
 constexpr int32_t smallSize = 16;
 
-static int32_t nbWordsFor(int32_t size) { return size / 64 + (size % 64 != 0); }
-
-static void settle(AllNeqData* a, int32_t i)
+static inline void settle(AllNeqData* a, int32_t i)
 {
   const uint64_t bit = uint64_t(1) << (i & 63);
   if (!(a->_open[i >> 6] & bit))
@@ -129,7 +128,7 @@ static int takeFromAll(const AllNeqData* a, const CSint* v)
   CSint** vars = a->_vars;
   const int32_t value = v->_min;
   reopenFallen(a);
-  for (const uint64_t *word = a->_open, *end = word + nbWordsFor(a->_size); word < end; word++, vars += 64)
+  for (const uint64_t *word = a->_open, *end = a->_openEnd; word < end; word++, vars += 64)
     for (uint64_t open = *word; open; open &= open - 1)
       if (!takeFrom(vars[std::countr_zero(open)], v, value))
         return 0;
@@ -159,7 +158,7 @@ static TconstraintRun runAllNeqs(CSint* v, Tconstraint* t, size_t event, int32_t
 static int doAllNeq(ConstraintInfo* info, CSint** vars, int32_t size)
 {
   const bool isSmall = size <= smallSize;
-  const size_t nbWords = size_t(nbWordsFor(size));
+  const size_t nbWords = (size_t(size) + 63) / 64;
   Constraint* allNeq = newConstraint(info, PallNeq,
       AllNeqData{._vars = vars,
           ._size = size,
@@ -167,6 +166,7 @@ static int doAllNeq(ConstraintInfo* info, CSint** vars, int32_t size)
           ._maxVar = vars[size - 1],
           ._nbSettled = 0,
           ._open = nullptr,
+          ._openEnd = nullptr,
           ._settled = nullptr},
       isSmall ? 0 : nbWords * sizeof(uint64_t) + size_t(size) * sizeof(Mark));
   if (!allNeq)
@@ -174,7 +174,8 @@ static int doAllNeq(ConstraintInfo* info, CSint** vars, int32_t size)
   auto* a = static_cast<AllNeqData*>(allNeq->_data);
   if (!isSmall) {
     a->_open = reinterpret_cast<uint64_t*>(a + 1);
-    a->_settled = reinterpret_cast<Mark*>(a->_open + nbWords);
+    a->_openEnd = a->_open + nbWords;
+    a->_settled = reinterpret_cast<Mark*>(a->_openEnd);
     std::fill_n(a->_open, nbWords, ~uint64_t(0));
     if (size % 64 != 0)
       a->_open[nbWords - 1] = (uint64_t(1) << (size % 64)) - 1;
