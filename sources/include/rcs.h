@@ -55,8 +55,8 @@ struct ConstraintInfo
   char _locator[];       ///< empty where the locator gave nothing
 };
 
-/// What came of waking several attachments in one call: the one behind them, or null at the end of the list, which says
-/// nothing where one of them failed.
+/// What came of waking several attachments in one call: the one behind them, or null at the end of the list; where one
+/// of them failed, that one.
 struct TconstraintRun
 {
   bool _holds;

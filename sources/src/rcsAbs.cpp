@@ -164,14 +164,15 @@ static bool copyImage(CSint* z, const CSint* x, int32_t a, int32_t b)
   rcsClearDomain(image);
   z->_domain = image;
   z->_nbElements = 0;
-  for (int32_t value = a;; value = rcsDomainNextOn(x->_domain, value)) {
-    if (value != INT32_MIN && !rcsDomainIsOn(image, magnitude(value))) {
+  // A bound may be off, as in a sum that saturated: then the walk may pass it.
+  for (int64_t next = a; next <= b; next = nextOn(x->_domain, int32_t(next))) {
+    auto value = int32_t(next);
+    if (value != INT32_MIN && rcsDomainIsOn(x->_domain, value) && !rcsDomainIsOn(image, magnitude(value))) {
       rcsDomainOn(image, magnitude(value));
       z->_nbElements++;
     }
-    if (value == b)
-      return true;
   }
+  return true;
 }
 
 static CSint* postAbs(ConstraintInfo* info, CSint* x, CSint* z)

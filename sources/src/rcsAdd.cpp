@@ -145,7 +145,7 @@ static CSint* newSum(const CSint* x, const CSint* y)
 static CSint* newDifference(const CSint* x, const CSint* y)
 {
   int32_t low = satSub(x->_min, y->_max), high = satSub(x->_max, y->_min);
-  if (isFixed(x))
+  if (isFixed(x) && hasHoles(y))
     return newResult(low, high, y, [=](int64_t value) { return x->_min - value; });
   return newResult(low, high, isFixed(y) ? x : nullptr, [=](int64_t value) { return value - y->_min; });
 }

@@ -29,6 +29,19 @@ inline void turnOff(Domain* set, int32_t value)
   set->_bits[i >> 3] &= uint8_t(~(1u << (i & 7)));
 }
 
+/// As rcsDomainNextOn and rcsDomainPrevOn, which go round the 32 bits at their ends, where these go on.
+inline int64_t nextOn(const Domain* set, int32_t value)
+{
+  const int32_t next = rcsDomainNextOn(set, value);
+  return next > value ? next : int64_t(INT32_MAX) + 1;
+}
+
+inline int64_t prevOn(const Domain* set, int32_t value)
+{
+  const int32_t prev = rcsDomainPrevOn(set, value);
+  return prev < value ? prev : int64_t(INT32_MIN) - 1;
+}
+
 inline size_t wordsOf(const Domain* set) { return (size_t(set->_nbBytes) + 7) / 8; }
 
 inline uint64_t wordAt(const Domain* set, size_t index)

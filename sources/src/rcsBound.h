@@ -47,11 +47,13 @@ struct Upper
   static constexpr uint64_t gap(int64_t a, int64_t b) { return uint64_t(a) - uint64_t(b); }
 };
 
-/// Is the value between the bounds? In one comparison: a fixed variable lies on either side of a value, which no
-/// processor foresees, but mostly not on it, which it does.
+/// Is the value between the bounds? In one test: a fixed variable lies on either side of a value, which no processor
+/// foresees, but mostly not on it, which it does. No value is where the bounds have crossed, as they may when a context
+/// was accepted inside another one that was restored.
 inline bool isBetweenBounds(const CSint* v, int32_t value)
 {
-  return uint32_t(value) - uint32_t(v->_min) <= uint32_t(v->_max) - uint32_t(v->_min);
+  const int64_t aboveMin = int64_t(value) - v->_min, belowMax = int64_t(v->_max) - value;
+  return (aboveMin | belowMax) >= 0;
 }
 
 /// Is the value in the variable's domain? The bit-set, where there is one, covers all that lies between the bounds.

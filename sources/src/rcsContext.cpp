@@ -518,8 +518,12 @@ static inline Tconstraint* skip(const Tconstraint* t, Filter filter)
   return t->_eventsOn & filter._wanted ? t->_nextOther : nullptr;
 }
 
-/// A profiler counts the calls of each handler.
-static inline bool isWokenInRuns(const Tconstraint* t) { return t->_events & runBit && !IsProfileEnabled; }
+/// A profiler counts the calls of each handler. One may be switched on below a call too, where a change starts a flush
+/// of its own.
+static inline bool isWokenInRuns(const Tconstraint* t)
+{
+  return t->_events & runBit && !IsProfileEnabled && _pq._depth > _pq._depthLimit;
+}
 
 /// Gives back all that is pending, also for flushes further out, in one step.
 static void dropQueue()
@@ -531,9 +535,8 @@ static void dropQueue()
   _pq._head = nullptr;
 }
 
-/// Ends a flush whose handler for `failed` answered no, or in whose run from `failed` on one did: it is a profiler
-/// alone that is told which. The listeners for failure hear of it from `flagged` on, in the list in which that one
-/// lies, and are given the failing change.
+/// Ends a flush whose handler for `failed` answered no. The listeners for failure hear of it from `flagged` on, in the
+/// list in which that one lies, and are given the failing change.
 [[gnu::noinline]] static void failFlush(
     CSint* variable, size_t event, int32_t old, int32_t now, Tconstraint* failed, Tconstraint* flagged)
 {
@@ -569,10 +572,9 @@ static void dropQueue()
     }
     if (isWokenInRuns(t)) {
       const TconstraintRun run = t->_constraint->_run(change._variable, t, change._event, change._now);
-      if (run._holds) {
-        t = run._end;
+      t = run._end;
+      if (run._holds)
         continue;
-      }
     } else if (wake(change, t)) {
       if (IsProfileEnabled) [[unlikely]]
         rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
@@ -647,9 +649,9 @@ int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
       }
       if (isWokenInRuns(t)) {
         const TconstraintRun run = t->_constraint->_run(variable, t, event, now);
-        if (!run._holds)
-          return failFlush(variable, event, old, now, t, nullptr);
         t = run._end;
+        if (!run._holds) [[unlikely]]
+          return failFlush(variable, event, old, now, t, nullptr);
         continue;
       }
       if (!wake({variable, event, old, now}, t)) [[unlikely]]

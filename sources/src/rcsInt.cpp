@@ -124,7 +124,10 @@ int cs_isFree(const CSint* variable) { return variable->_nbElements > 1; }
 
 int cs_isInstantiated(const CSint* variable) { return isFixed(variable); }
 
-int cs_isIn(const CSint* variable, int value) { return holds(variable, value); }
+int cs_isIn(const CSint* variable, int value)
+{
+  return isBetweenBounds(variable, value) && rcsDomainIsOn(variable->_domain, value);
+}
 
 int cs_getMin(const CSint* variable) { return variable->_min; }
 
@@ -164,18 +167,20 @@ int cs_getPreviousValue(const CSint* variable, int value)
 int* cs_getDomain(const CSint* variable)
 {
   // The count wraps at 2^31; its low 32 bits are still right, and 0 stands for 2^32 values.
-  auto count = uint32_t(variable->_nbElements);
-  auto* values = static_cast<int*>(malloc((count ? size_t(count) : size_t(1) << 32) * sizeof(int)));
+  const auto low = uint32_t(variable->_nbElements);
+  const size_t count = low ? low : size_t(1) << 32;
+  auto* values = static_cast<int*>(malloc(count * sizeof(int)));
   if (!values) {
     rcsHandleNoMemoryError();
     return nullptr;
   }
+  // After a context was accepted inside another one that was restored a bound may be off, and the count too high.
+  const Domain* set = variable->_domain;
   int* place = values;
-  for (int32_t value = variable->_min;; value = rcsDomainNextOn(variable->_domain, value)) {
-    *place++ = value;
-    if (value == variable->_max)
-      return values;
-  }
+  for (int64_t x = variable->_min; x <= variable->_max && place < values + count; x = nextOn(set, int32_t(x)))
+    if (rcsDomainIsOn(set, int32_t(x)))
+      *place++ = int32_t(x);
+  return values;
 }
 
 void cs_freeDomain(int* values) { free(values); }
@@ -467,7 +472,8 @@ int rcsAnd(CSint* a, CSint* b)
 static int printValues(FILE* stream, const CSint* v)
 {
   fputs("{", stream);
-  for (int32_t x = v->_min; x < v->_max;) {
+  for (int64_t next = v->_min; next < v->_max;) {
+    auto x = int32_t(next);
     auto continues = [v](int32_t value) { return value < v->_max && rcsDomainIsOn(v->_domain, value); };
     if (continues(x + 1) && rcsDomainIsOn(v->_domain, x + 2)) {
       fprintf(stream, "%d..", x);
@@ -478,7 +484,7 @@ static int printValues(FILE* stream, const CSint* v)
         break;
     }
     fprintf(stream, "%d, ", x);
-    x = rcsDomainNextOn(v->_domain, x);
+    next = nextOn(v->_domain, x);
   }
   return fprintf(stream, "%d}", v->_max);
 }

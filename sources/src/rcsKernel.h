@@ -73,7 +73,8 @@ inline CSint** otherOf(Tconstraint* t)
   return reinterpret_cast<CSint**>(t + t->_room + 1) + 1 + position;
 }
 
-/// From here on the constraint is woken by `run`, but while a profiler is on, which counts the calls. Before attaching.
+/// From here on the constraint is woken by `run`, but while a profiler is on, which counts the calls, or might come on
+/// meanwhile. Before attaching.
 inline void wakeInRuns(Constraint* constraint, RunHandler run)
 {
   constraint->_run = run;
@@ -87,7 +88,7 @@ inline TconstraintRun wakeRun(Tconstraint* t, Wake wake)
   const Handler* const kind = t->_handlers;
   do {
     if (!wake(t)) [[unlikely]]
-      return {._holds = false, ._end = nullptr};
+      return {._holds = false, ._end = t};
     t = t->_next;
   } while (t && t->_handlers == kind);
   return {._holds = true, ._end = t};

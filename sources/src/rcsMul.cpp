@@ -147,7 +147,8 @@ CSint* cs_Div(CSint* x, CSint* y)
 
 using Link = CSint* (*)(ConstraintInfo* info, CSint* x, CSint* y);
 
-/// Folds the arguments from the left. Every link is a constraint of its own; all share the one info.
+/// Folds the arguments from the left. Every link is a constraint of its own; all share the one info. An argument that
+/// stands alone is the result, also where memory for the info is out.
 static CSint* fold(ConstraintInfo* info, Link link, int n, CSint* result, va_list further)
 {
   for (int i = 1; i < n && result; i++)
@@ -161,7 +162,7 @@ CSint* cs_VMul(int n, CSint* first, ...)
   va_start(further, first);
   CSint* product = postAs("cs_VMul", [&](ConstraintInfo* info) { return fold(info, doMul, n, first, further); });
   va_end(further);
-  return product;
+  return n < 2 ? first : product;
 }
 
 CSint* cs_VDiv(int n, CSint* first, ...)
@@ -170,5 +171,5 @@ CSint* cs_VDiv(int n, CSint* first, ...)
   va_start(further, first);
   CSint* quotient = postAs("cs_VDiv", [&](ConstraintInfo* info) { return fold(info, doDiv, n, first, further); });
   va_end(further);
-  return quotient;
+  return n < 2 ? first : quotient;
 }

@@ -136,15 +136,19 @@ static const Handler PreifVarsNeq[6] = {
     PreifNeqVarsEvent, PreifNeqVarsEvent, PreifNeqVarsEvent, PreifNeqVarsEvent, PreifNeqVarsEvent, PreifNeqVarsEvent};
 
 /// Where the answer is known the locator isn't asked, unlike for the comparisons: an info is made for an open one only,
-/// and after its boolean. Forced inline, since the locator counts frames.
+/// and after its boolean. A variable whose one value isn't at its bound, as a saturated sum may be, can look the same
+/// as another one and be different from it: each entry has the answer for which it tests first. Forced inline, since
+/// the locator counts frames.
 template <bool equal>
 [[gnu::always_inline]] static inline CSint* reifyEquality(
     const char* function, const ReifTables& tables, CSint* x, CSint* y)
 {
-  if (x == y || areSame(x, y))
+  if (x == y || (!equal && areSame(x, y)))
     return CSINT(equal);
   if (areDifferent(x, y))
     return CSINT(!equal);
+  if (equal && areSame(x, y))
+    return CSINT(equal);
   CSint* b = cs_createCSint(0, 1);
   if (!b)
     return nullptr;

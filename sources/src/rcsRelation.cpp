@@ -55,7 +55,7 @@ static TconstraintRun runNeqsOfBlock(const CSint* v, Tconstraint* t)
   CSint** other = newest;
   do {
     if (!removeIfHeld(*other, v->_min)) [[unlikely]]
-      return {._holds = false, ._end = nullptr};
+      return {._holds = false, ._end = t + (other - newest)};
   } while (*--other);
   return {._holds = true, ._end = t[other + 1 - newest]._next};
 }

@@ -38,34 +38,38 @@ int cs_selectValue(CSint* variable, const ValueSelection* selection)
 
 struct Ascending
 {
-  static constexpr int64_t step = 1;
+  static constexpr int64_t step = 1, behindAll = int64_t(INT32_MAX) + 1;
   static bool isPast(const CSint* v, int64_t value) { return value > v->_max; }
   static bool isBefore(const CSint* v, int64_t value) { return value < v->_min; }
   static int32_t first(const CSint* v) { return v->_min; }
-  static int32_t nextOn(const Domain* domain, int32_t value) { return rcsDomainNextOn(domain, value); }
+  static int64_t next(const Domain* domain, int32_t value) { return nextOn(domain, value); }
 };
 
 struct Descending
 {
-  static constexpr int64_t step = -1;
+  static constexpr int64_t step = -1, behindAll = int64_t(INT32_MIN) - 1;
   static bool isPast(const CSint* v, int64_t value) { return value < v->_min; }
   static bool isBefore(const CSint* v, int64_t value) { return value > v->_max; }
   static int32_t first(const CSint* v) { return v->_max; }
-  static int32_t nextOn(const Domain* domain, int32_t value) { return rcsDomainPrevOn(domain, value); }
+  static int64_t next(const Domain* domain, int32_t value) { return prevOn(domain, value); }
 };
 
-/// The state is where the walk goes on. The slot has room for the integer behind the last one of 32 bits wherever a
-/// pointer has 64.
+/// The state is where the walk goes on, 32 bits of the slot: a client's own start may have filled no more. The one
+/// integer that lies behind all of 32 bits takes the whole slot, wherever a pointer has 64.
 template <typename Order>
 static inline int nextValue(ValueSelection* selection, const CSint* v, intptr_t* state)
 {
-  if (Order::isPast(v, *state))
+  int64_t value = int32_t(*state);
+  if (*state == Order::behindAll)
     return 0;
-  int32_t value = Order::isBefore(v, *state) ? Order::first(v) : int32_t(*state);
-  if (!rcsDomainIsOn(v->_domain, value))
-    value = Order::nextOn(v->_domain, value);
+  if (Order::isBefore(v, value))
+    value = Order::first(v);
+  if (!Order::isPast(v, value) && !rcsDomainIsOn(v->_domain, int32_t(value)))
+    value = Order::next(v->_domain, int32_t(value));
+  if (Order::isPast(v, value))
+    return 0;
   *state = intptr_t(value + Order::step);
-  *selection = {.method = CS_SELECT_EQ, .value = value};
+  *selection = {.method = CS_SELECT_EQ, .value = int32_t(value)};
   return 1;
 }
 

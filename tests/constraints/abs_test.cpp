@@ -66,6 +66,8 @@ TEST_F(Abs, TheSmallestInteger)
   EXPECT_EQ(w->_max, INT32_MAX);
   EXPECT_FALSE(cs_isIn(w, INT32_MAX));
   EXPECT_EQ(w->_nbElements, 1);
+  EXPECT_EQ(cs_Abs(w)->_nbElements, 1);
+  EXPECT_EQ(cs_Abs(cs_Add(makeVar("{2147483643, 2147483645, 2147483647}"), CSINT(1)))->_nbElements, 2);
 }
 
 TEST_F(Abs, ALaterRaiseRemovesOnlyWhatIsNew)

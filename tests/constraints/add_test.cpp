@@ -94,6 +94,8 @@ TEST_F(Addition, NewResults)
       "{2147483640, 2147483642, 2147483647} 1 111");
   EXPECT_EQ(post(cs_Sub, "{-2147483640, -2147483610, -2147483600}", "40"), "-2147483640 1 000");
   EXPECT_EQ(post(cs_Add, "{2147483645, 2147483647}", "1"), "2147483646 0 000");
+  CSint* one = cs_Add(makeVar("{2147483643, 2147483647}"), CSINT(1)); // of 2147483644..2147483647
+  EXPECT_EQ(textOf(cs_Sub(one, CSINT(2147483647))), "{-3, 0}");
 }
 
 TEST_F(Addition, WhatIsPosted)

@@ -98,6 +98,9 @@ TEST_F(ReifCase, DecidedAtPostingIsAConstantWithNothingAttached)
   EXPECT_EQ(texts({cs_ReifEq(x, x), cs_ReifEq(x, z), cs_ReifEq(three, CSINT(3)), cs_ReifEQ(three, 3)}), "1 0 1 1");
   EXPECT_EQ(texts({cs_ReifNeq(x, x), cs_ReifNeq(z, x), cs_ReifNEQ(x, 2), cs_ReifNEQ(three, 4)}), "0 1 1 1");
   EXPECT_EQ(locator.asked, 11);
+  // Its only value is -2147483645, but its minimum is that of 32 bits.
+  CSint *one = cs_Add(makeVar("{-2147483648, -2147483644}"), CSINT(-1)), *least = CSINT(INT32_MIN);
+  EXPECT_EQ(textsOf({cs_ReifEq(one, least), cs_ReifNeq(one, least)}), "0 0");
   EXPECT_EQ(before.changes(), "");
   EXPECT_EQ(x->_nbConstraints + y->_nbConstraints + z->_nbConstraints + three->_nbConstraints, 0);
 }

@@ -35,6 +35,8 @@ TEST(Faults, OfPostings)
       // What was attached before the memory ran out listens no more.
       ENTRY(cs_Cumulative(x, x + 1, x + 2, 1, x[3]) & cs_LE(x[0], 8), "0..9", "0..3", "1, 2", "1..3"),
   });
+  // The result is the one argument, whatever comes of the info.
+  expectNoFault({ENTRY(cs_VMul(1, x[0]), "0..9"), ENTRY(cs_VDiv(0, x[0]), "0..9")}, {.survives = true});
 }
 
 static bool createNamed()

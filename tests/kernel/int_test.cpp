@@ -78,3 +78,27 @@ TEST_F(Int, ValuesAroundAValueAndAtTheEnds)
   cs_freeDomain(values);
   cs_freeDomain(nullptr);
 }
+
+TEST_F(Int, BoundsThatAreOffAndBoundsThatCross)
+{
+  // A removal that is accepted inside a context that is restored: 2 stays off, but the count is back.
+  CSint* x = cs_createCSint(0, 5);
+  cs_saveContext();
+  cs_GE(x, 1);
+  cs_saveContext();
+  cs_NEQ(x, 2);
+  cs_acceptContext();
+  cs_restoreContext();
+  EXPECT_TRUE(cs_LE(x, 2));
+  int* values = cs_getDomain(x);
+  EXPECT_EQ(values[0], 0);
+  EXPECT_EQ(values[1], 1);
+  cs_freeDomain(values);
+  EXPECT_TRUE(cs_NEQ(x, 1) && cs_NEQ(x, 0));
+  EXPECT_GT(x->_min, x->_max);
+  for (int value : {INT32_MIN, -100000000, 2, 3, 4, INT32_MAX})
+    EXPECT_FALSE(cs_isIn(x, value)) << value;
+  // Nobody else finds a value there either.
+  CSint* y = makeVar("{-100000000..4}");
+  EXPECT_TRUE(cs_Neq(x, y) && cs_EQ(y, -100000000));
+}

@@ -35,6 +35,9 @@ TEST_F(Print, FormsOfADomain)
   EXPECT_EQ(printed("%D", v), "{0..4}");
   cs_LE(v, 1);
   EXPECT_EQ(printed("%D", v), "{0, 1}");
+  // A bound that is off is written all the same.
+  CSint* sum = cs_Add(makeVar("{2147483643, 2147483645, 2147483647}"), CSINT(1));
+  EXPECT_EQ(printed("%D", sum), "{2147483644, 2147483646, 2147483647}");
 }
 
 TEST_F(Print, Conversions)

@@ -113,6 +113,42 @@ TEST_F(Profile, CountsWhatIsPendingWhenACallbackEnablesIt)
   EXPECT_EQ(reportOf(profiler).rows, expected);
 }
 
+TEST_F(Profile, CountsInTheMiddleOfARunThatACallbackEnablesItFor)
+{
+  // Two of a kind are woken in a run. First a failure in it, of which the callback for conflicts hears.
+  Profiler* profiler = cs_createProfiler(0);
+  CSint *twice[] = {x, x}, *both[] = {x, y};
+  char older[] = "older", newer[] = "newer";
+  locateAt(older);
+  EXPECT_TRUE(cs_AllNeq(twice, 2));
+  locateAt(newer);
+  EXPECT_TRUE(cs_AllNeq(both, 2));
+  auto enable = [](CSint*, int, const ValueSelection*, CSint**, int, void* p) {
+    cs_enableProfiler(static_cast<Profiler*>(p));
+  };
+  cs_eventConflict(both, 1, enable, profiler);
+  EXPECT_FALSE(cs_EQ(x, 3));
+  cs_disableProfiler(profiler);
+  EXPECT_EQ(reportOf(profiler).rows, Report::Rows({{"cs_AllNeq older", "1 1"}}));
+
+  // Then a context that a callback leaves open, so that the first of the run starts a flush.
+  Profiler* nested = cs_createProfiler(0);
+  CSint *a = cs_createCSint(0, 9), *b = cs_createCSint(0, 9), *c = cs_createCSint(0, 9);
+  cs_eventNeq(
+      &b, 1, [](CSint*, int, int, CSint**, int, void* p) { return cs_enableProfiler(static_cast<Profiler*>(p)), 1; },
+      nested);
+  locateAt(older);
+  EXPECT_TRUE(cs_Neq(a, c));
+  locateAt(newer);
+  EXPECT_TRUE(cs_Neq(a, b));
+  cs_eventKnown(
+      &a, 1, [](int, int, CSint**, int, void*) { return cs_saveContext(), 1; }, nullptr);
+  EXPECT_TRUE(cs_EQ(a, 5));
+  Report::Rows rows = reportOf(nested).rows;
+  EXPECT_EQ(rows["cs_Neq newer"] + ", " + rows["cs_Neq older"], "1 0, 2 0");
+  cs_restoreAll();
+}
+
 // The lines of a report with their varying parts, in their order.
 static void expectForm(Profiler* profiler, const std::string& header)
 {

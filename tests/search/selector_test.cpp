@@ -64,7 +64,16 @@ TEST_F(ValueSelectors, Decisions)
     cs_initValueSelector(cs_getValueSelector(kind), 0, &v, 1, &state);
     EXPECT_TRUE(cs_InInterval(v, 3, 6) && cs_selectNextValue(&s, cs_getValueSelector(kind), 0, &v, 1, &state));
     EXPECT_EQ(textOf(s), kind == CS_MIN_TO_MAX ? "=3" : "=6");
+    // A start of the client's own may fill 32 bits alone of the slot.
+    state = intptr_t(0x5555555500000004);
+    EXPECT_TRUE(cs_selectNextValue(&s, cs_getValueSelector(kind), 0, &v, 1, &state));
+    EXPECT_EQ(textOf(s), "=4");
   }
+  // No value lies at a bound that is off.
+  CSint* sum = cs_Add(makeVar("{2147483643, 2147483645, 2147483647}"), CSINT(1));
+  intptr_t state = sum->_max;
+  ValueSelection s;
+  EXPECT_FALSE(cs_selectNextValue(&s, cs_getValueSelector(CS_MIN_TO_MAX), 0, &sum, 1, &state));
 }
 
 TEST_F(ValueSelectors, MethodsAndCallbacks)
