@@ -145,21 +145,23 @@ int rcsVSUpperAndLowerNext(ValueSelection* selection, int position, CSint** vari
   return yieldPart(selection, part == 0 ? CS_SELECT_GE : CS_SELECT_LT, middle, state);
 }
 
-/// The value with `rank` values below it; the rank is below the number of values.
+/// The value with `rank` values below it; the maximum where there are fewer, as the count may be too high when a
+/// context was accepted inside another one that was restored.
 static int32_t valueOfRank(const CSint* v, int32_t rank)
 {
   if (!hasHoles(v))
     return wrapAdd(v->_min, rank);
-  for (int32_t from = v->_min;; from = wrapAdd(from, 64)) {
-    uint64_t bits = bitsFrom(v->_domain, from);
+  for (int64_t from = v->_min; from <= v->_max; from += 64) {
+    uint64_t bits = bitsFrom(v->_domain, int32_t(from)) & lowestBits(v->_max - from + 1);
     auto count = int32_t(countBits(bits));
     if (rank < count) {
       for (; rank > 0; rank--)
         bits &= bits - 1;
-      return wrapAdd(from, std::countr_zero(bits));
+      return int32_t(from) + std::countr_zero(bits);
     }
     rank -= count;
   }
+  return v->_max;
 }
 
 int rcsVSMedianAndRestInit(int, CSint**, int, intptr_t* state)
