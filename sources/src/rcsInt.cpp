@@ -398,6 +398,8 @@ int rcsRemoveValue(CSint* variable, int32_t value)
   return removeHeld(variable, value, nullptr);
 }
 
+/// The rest of a removal inside the bounds, whose trail record is written; the first one of a variable, which makes its
+/// set, is out of line.
 static inline int switchOff(CSint* v, int32_t value, const Constraint* cause)
 {
   turnOff(v->_domain, value);

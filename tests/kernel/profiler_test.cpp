@@ -131,6 +131,21 @@ TEST_F(Profile, CountsInTheMiddleOfARunThatACallbackEnablesItFor)
   cs_disableProfiler(profiler);
   EXPECT_EQ(reportOf(profiler).rows, Report::Rows({{"cs_AllNeq older", "1 1"}}));
 
+  // The same in a large block of disequalities: z fixes x and one of its neighbours at once.
+  Profiler* large = cs_createProfiler(0);
+  CSint *z = cs_createCSint(0, 9), *w = cs_createCSint(0, 9), *failing = nullptr;
+  for (int i = 0; i < 60; i++) {
+    CSint* neighbour = cs_createCSint(0, 9);
+    locateAt(i == 45 ? here : older);
+    EXPECT_TRUE(cs_Neq(w, neighbour));
+    failing = i == 45 ? neighbour : failing;
+  }
+  EXPECT_TRUE(cs_Eq(z, failing) && cs_Eq(z, w));
+  cs_eventConflict(&w, 1, enable, large);
+  EXPECT_FALSE(cs_EQ(z, 3));
+  cs_disableProfiler(large);
+  EXPECT_EQ(reportOf(large).rows, Report::Rows({{"cs_Neq here", "1 1"}}));
+
   // Then a context that a callback leaves open, so that the first of the run starts a flush.
   Profiler* nested = cs_createProfiler(0);
   CSint *a = cs_createCSint(0, 9), *b = cs_createCSint(0, 9), *c = cs_createCSint(0, 9);
