@@ -125,3 +125,15 @@ TEST_F(Trail, UnknownKindsAreIgnored)
   }
   EXPECT_EQ(before.changes(), "");
 }
+
+TEST_F(Trail, ARestoreGoesBackOverManyBlocks)
+{
+  CSint *v = cs_createCSint(0, 5000), *w = cs_createCSint(0, 5000);
+  for (int value = 1; value <= 700; value++)
+    EXPECT_TRUE(cs_GE(v, value));
+  int label = cs_saveContext();
+  for (int value = 701; value <= 3000; value++)
+    EXPECT_TRUE(cs_GE(v, value) && cs_NEQ(w, value));
+  cs_restoreContextUntil(label);
+  EXPECT_EQ(textsOf({v, w}), "{700..5000} {0..5000}");
+}
