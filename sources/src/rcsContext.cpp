@@ -502,14 +502,20 @@ static inline bool wake(const Change& change, Tconstraint* t)
 }
 
 /// What an attachment's _events say of one event, in one comparison: `_wanted` for an ordinary constraint that is to be
-/// called, 0 where its handler would be Ptrue.
+/// called by itself.
 struct Filter
 {
   uint32_t _wanted;
   uint32_t _mask;
 };
 
-static inline Filter filterFor(size_t event) { return {._wanted = 1u << event, ._mask = 1u << event | statefulBit}; }
+static inline Filter filterFor(size_t event)
+{
+  return {._wanted = 1u << event, ._mask = 1u << event | statefulBit | runBit};
+}
+
+/// Is the handler Ptrue?
+static inline bool isUnwanted(uint32_t events) { return !(events & ~runBit); }
 
 /// With nothing to call: the next one that isn't of the same kind, or null where no older one would be called either. A
 /// profiler counts the calls of Ptrue too, so while one is on none is passed over.
@@ -559,7 +565,7 @@ static void dropQueue()
   while (t) {
     const uint32_t events = t->_events & filter._mask;
     if (events != filter._wanted) {
-      if (events == 0 && !IsProfileEnabled) {
+      if (isUnwanted(events) && !IsProfileEnabled) {
         t = skip(t, filter);
         continue;
       }
@@ -569,22 +575,24 @@ static void dropQueue()
         t = t->_next;
         continue;
       }
+      if (isWokenInRuns(t)) {
+        const TconstraintRun run = t->_constraint->_run(change._variable, t, change._event, change._now);
+        t = run._end;
+        if (run._holds)
+          continue;
+        break;
+      }
     }
-    if (isWokenInRuns(t)) {
-      const TconstraintRun run = t->_constraint->_run(change._variable, t, change._event, change._now);
-      t = run._end;
-      if (run._holds)
-        continue;
-    } else if (wake(change, t)) {
-      if (IsProfileEnabled) [[unlikely]]
-        rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
-      t = t->_next;
-      continue;
-    }
-    failFlush(change._variable, change._event, change._old, change._now, t, flagged);
-    return false;
+    if (!wake(change, t))
+      break;
+    if (IsProfileEnabled) [[unlikely]]
+      rcsCallProfiler(1, change._variable, uint32_t(change._event), t->_constraint->_info);
+    t = t->_next;
   }
-  return true;
+  if (!t)
+    return true;
+  failFlush(change._variable, change._event, change._old, change._now, t, flagged);
+  return false;
 }
 
 /// Takes the records in their order until none is left, and ends the flush.
@@ -640,19 +648,19 @@ int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
     do {
       const uint32_t events = t->_events & filter._mask;
       if (events != filter._wanted) {
-        if (events == 0 && !IsProfileEnabled) {
+        if (isUnwanted(events) && !IsProfileEnabled) {
           t = skip(t, filter);
           continue;
         }
         if (events & statefulBit)
           return wakeRest(variable, event, old, now, t);
-      }
-      if (isWokenInRuns(t)) {
-        const TconstraintRun run = t->_constraint->_run(variable, t, event, now);
-        t = run._end;
-        if (!run._holds) [[unlikely]]
-          return failFlush(variable, event, old, now, t, nullptr);
-        continue;
+        if (isWokenInRuns(t)) {
+          const TconstraintRun run = t->_constraint->_run(variable, t, event, now);
+          t = run._end;
+          if (!run._holds) [[unlikely]]
+            return failFlush(variable, event, old, now, t, nullptr);
+          continue;
+        }
       }
       if (!wake({variable, event, old, now}, t)) [[unlikely]]
         return failFlush(variable, event, old, now, t, nullptr);
