@@ -253,34 +253,44 @@ struct Down
   static int store(CSint* v, int32_t value) { return storeMax(v, value); }
 };
 
-/// Where a bound comes to stand, and how many values it leaves behind.
-struct Leap
-{
-  int32_t _bound;
-  uint32_t _passed;
-};
-
-/// A bound goes from `from` to the first value from `to` on, both of them in the range of the set. Most leaps end in
-/// the word in which they start.
+/// The value of the nearest bit of `ahead`, what is on from the offset `to` on in the word in which that lies.
 template <typename Way>
-static inline Leap leap(const Domain* set, int32_t from, int32_t to)
+static inline int32_t nearestAhead(const Domain* set, uint32_t to, uint64_t ahead)
 {
-  const uint32_t a = offsetOf(set, from), b = offsetOf(set, to);
-  if (a >> 6 == b >> 6) [[likely]] {
-    const uint64_t bits = Way::from(wordAt(set, b >> 6), a & 63), ahead = Way::from(bits, b & 63);
-    if (ahead) [[likely]]
-      return {wrapAdd(set->_low, int32_t((b & ~uint32_t(63)) + Way::nearest(ahead))), countBits(bits ^ ahead)};
-  }
-  return {Way::firstFrom(set, to), Way::count(set, from, to)};
+  return wrapAdd(set->_low, int32_t((to & ~uint32_t(63)) + Way::nearest(ahead)));
 }
 
-// Out of line, so that the way of a pure interval stays short.
+// Most moves end in the word in which they start. The others are out of line, which leaves the usual way without a call
+// in its middle.
+
+template <typename Way>
+[[gnu::noinline]] static int moveFar(CSint* v, int32_t from, int32_t to)
+{
+  v->_nbElements = wrapSub(v->_nbElements, int32_t(Way::count(v->_domain, from, to)));
+  return Way::store(v, Way::firstFrom(v->_domain, to));
+}
+
+/// Moves a bound from `from` to the first value from `to` on, both of them in the range of the set. Out of line itself,
+/// so that the way of a pure interval stays short.
 template <typename Way>
 [[gnu::noinline]] static int moveOverHoles(CSint* v, int32_t from, int32_t to)
 {
-  const auto [bound, passed] = leap<Way>(v->_domain, from, to);
-  v->_nbElements = wrapSub(v->_nbElements, int32_t(passed));
-  return Way::store(v, bound);
+  const Domain* set = v->_domain;
+  const uint32_t a = offsetOf(set, from), b = offsetOf(set, to);
+  if (a >> 6 != b >> 6) [[unlikely]]
+    return moveFar<Way>(v, from, to);
+  const uint64_t bits = Way::from(wordAt(set, b >> 6), a & 63), ahead = Way::from(bits, b & 63);
+  if (!ahead) [[unlikely]]
+    return moveFar<Way>(v, from, to);
+  v->_nbElements = wrapSub(v->_nbElements, int32_t(countBits(bits ^ ahead)));
+  return Way::store(v, nearestAhead<Way>(set, b, ahead));
+}
+
+template <typename Way>
+[[gnu::noinline]] static int dropFar(CSint* v, int32_t to)
+{
+  v->_nbElements = wrapSub(v->_nbElements, 1);
+  return Way::store(v, Way::firstFrom(v->_domain, to));
 }
 
 /// The same for a bound that is known to be the only value passed: nothing has to be counted.
@@ -288,8 +298,13 @@ template <typename Way>
 [[gnu::noinline]] static int dropOverHoles(CSint* v, int32_t to)
 {
   Way::check(v, to);
+  const Domain* set = v->_domain;
+  const uint32_t b = offsetOf(set, to);
+  const uint64_t ahead = Way::from(wordAt(set, b >> 6), b & 63);
+  if (!ahead) [[unlikely]]
+    return dropFar<Way>(v, to);
   v->_nbElements = wrapSub(v->_nbElements, 1);
-  return Way::store(v, leap<Way>(v->_domain, to, to)._bound);
+  return Way::store(v, nearestAhead<Way>(set, b, ahead));
 }
 
 static inline int raiseMin(CSint* v, int32_t value)
