@@ -10,7 +10,8 @@
  * that wrap and say so.
  *
  * The variables are attached by name, the result first. A handler takes its event's variable for the left addend, the
- * right one or the sum, whichever fits first: a variable that stands twice is handled in its first role only.
+ * right one or the sum, whichever fits first: a variable that stands twice is handled in its first role only. Where an
+ * addend is a constant the other two variables have handlers of their own, which do the same in fewer steps.
  */
 #include "rcsBound.h"
 #include "rcsPost.h"
@@ -107,6 +108,70 @@ static const Handler Padd[6] = {
     PaddNewMinEvent, PaddNewMaxEvent, PaddNewMinEvent, PaddNewMaxEvent, PaddEqEvent, PaddNeqEvent};
 
 // =====================================================================================================================
+// With a constant addend
+//
+// Then two variables are a constant apart, as columns and diagonals of queens are. What the handlers above would find
+// comes down to one comparison of bounds, and to one more where there is nothing to push: whether the constant itself
+// is asked too much of. So each of the two attachments holds the other variable and the way to it in place of the
+// record. Near zero nothing saturates or wraps. The constant keeps the handlers above, for a client that sends it an
+// event.
+// =====================================================================================================================
+
+struct Shift
+{
+  CSint* _other;
+  int32_t _distance; ///< from the values of the variable that is attached to those of the other
+};
+
+struct ShiftData
+{
+  AddData _add;
+  Shift _fromSum;
+  Shift _fromAddend;
+};
+
+template <typename Side>
+static int pushShifted(const CSint* v, const Tconstraint* t)
+{
+  const auto [other, distance] = *dataOf<Shift>(t);
+  const int32_t bound = Side::of(v) + distance;
+  return Side::inside(bound, Side::of(other)) ? Side::tighten(other, bound)
+                                              : !Side::inside(bound, Side::Opposite::of(other));
+}
+
+static int PshiftNewMinEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return pushShifted<Lower>(v, t); }
+
+static int PshiftNewMaxEvent(CSint* v, Tconstraint* t, int32_t, int32_t) { return pushShifted<Upper>(v, t); }
+
+static int PshiftEqEvent(CSint* v, Tconstraint* t, int32_t, int32_t)
+{
+  return pushShifted<Lower>(v, t) && pushShifted<Upper>(v, t);
+}
+
+static int PshiftNeqEvent(CSint*, Tconstraint* t, int32_t removed, int32_t)
+{
+  const auto [other, distance] = *dataOf<Shift>(t);
+  return removeIfHeld(other, removed + distance, t->_constraint);
+}
+
+static const Handler Pshift[6] = {
+    PshiftNewMinEvent, PshiftNewMaxEvent, PshiftNewMinEvent, PshiftNewMaxEvent, PshiftEqEvent, PshiftNeqEvent};
+
+static bool isNearZero(const CSint* v)
+{
+  constexpr int32_t far = 1 << 29;
+  return -far <= v->_initMin && v->_initMax <= far;
+}
+
+static bool isConstant(const CSint* v) { return v->_initMin == v->_initMax; }
+
+static bool isShift(const AddData& add)
+{
+  return isNearZero(add._sum) && isNearZero(add._left) && isNearZero(add._right) &&
+         (isConstant(add._left) || isConstant(add._right));
+}
+
+// =====================================================================================================================
 // Posting
 //
 // The bounds of a new result are what a first propagation would give, and the operands aren't narrowed: there is none.
@@ -150,13 +215,39 @@ static CSint* newDifference(const CSint* x, const CSint* y)
   return newResult(low, high, isFixed(y) ? x : nullptr, [=](int64_t value) { return value - y->_min; });
 }
 
+static Constraint* newShift(ConstraintInfo* info, const AddData& add)
+{
+  const bool isLeft = isConstant(add._left);
+  CSint* addend = isLeft ? add._right : add._left;
+  const int32_t distance = isLeft ? add._left->_min : add._right->_min;
+  return newConstraint(info, Pshift,
+      ShiftData{._add = add,
+          ._fromSum = {._other = addend, ._distance = -distance},
+          ._fromAddend = {._other = add._sum, ._distance = distance}});
+}
+
+static int attachShift(Constraint* add, CSint* v)
+{
+  if (!_rcsAddConstraint(add, v, -1))
+    return 0;
+  auto* data = static_cast<ShiftData*>(add->_data);
+  Tconstraint* t = v->_constraints;
+  if (v == data->_add._sum)
+    t->_data = &data->_fromSum;
+  else if (v == data->_fromSum._other)
+    t->_data = &data->_fromAddend;
+  else
+    t->_handlers = Padd;
+  return 1;
+}
+
 /// Posts on the result and the two operands, in this order.
 static CSint* postAdd(ConstraintInfo* info, const AddData& data, CSint* result, CSint* x, CSint* y)
 {
-  Constraint* add = newConstraint(info, Padd, data);
-  return add && _rcsAddConstraint(add, result, -1) && _rcsAddConstraint(add, x, -1) && _rcsAddConstraint(add, y, -1)
-             ? result
-             : nullptr;
+  const bool shifts = isShift(data);
+  Constraint* add = shifts ? newShift(info, data) : newConstraint(info, Padd, data);
+  const auto attach = [=](CSint* v) { return shifts ? attachShift(add, v) : _rcsAddConstraint(add, v, -1); };
+  return add && attach(result) && attach(x) && attach(y) ? result : nullptr;
 }
 
 static CSint* doSub(ConstraintInfo* info, CSint* x, CSint* y)
