@@ -215,7 +215,7 @@ static inline int tellFixedInside(CSint* v, int32_t value)
 
 static inline int tellRemoved(CSint* v, int32_t value, const Constraint* cause)
 {
-  if (v->_constraints && isUnheard(v, cause))
+  if (v->_constraints && isUnheard(v, 1u << Neq, [=](const Tconstraint* t) { return t->_constraint == cause; }))
     return 1;
   return propagate(v, Neq, value, [=] { return flushChange(v, Neq, value, value); });
 }
@@ -358,6 +358,23 @@ int rcsSetMax(CSint* variable, int32_t value)
   writeOld(variable, NewMax, variable->_max, variable->_nbElements);
   return lowerMax(variable, value);
 }
+
+template <typename Side>
+int moveUntold(CSint* v, int32_t value)
+{
+  if (Side::inside(value, Side::Opposite::of(v)))
+    return 0;
+  if (!hasRoom(_e) && !makeRoom(_e)) [[unlikely]]
+    return 0;
+  writeOld(v, Side::moved, Side::of(v), v->_nbElements);
+  Side::put(v, value);
+  Side::noteTold(v, value);
+  v->_nbElements = wrapCount(v->_min, v->_max);
+  return 1;
+}
+
+template int moveUntold<Lower>(CSint*, int32_t);
+template int moveUntold<Upper>(CSint*, int32_t);
 
 /// A value strictly inside takes two trail records, of which the first stands when the second can't be had.
 static int fixInside(CSint* v, int32_t value)

@@ -94,19 +94,20 @@ inline TconstraintRun wakeRun(Tconstraint* t, Wake wake)
   return {._holds = true, ._end = t};
 }
 
-/// Would the removal of an inner value wake nobody, or none but `cause`, the constraint that removes it and is known to
-/// have nothing to do then? Such a removal needn't be told, as nobody could tell. A profiler could, which counts the
+/// Would a change that sends one of the events (a bit for each) wake nobody, or none but those that `isIdle` knows to
+/// have nothing to do then? Such a change needn't be told, as nobody could tell. A profiler could, which counts the
 /// calls; and so could code of the client's that runs before the turn of the record would have come, and starts one.
-inline bool isUnheard(const CSint* variable, const Constraint* cause)
+template <typename IsIdle>
+inline bool isUnheard(const CSint* variable, uint32_t events, IsIdle isIdle)
 {
-  constexpr uint32_t awaited = 1u << Neq | statefulBit;
+  const uint32_t awaited = events | statefulBit;
   if (IsProfileEnabled || ForeignCode)
     return false;
   const Tconstraint* t = variable->_constraints;
   while (t && (t->_eventsOn & awaited)) {
     if (!(t->_events & awaited))
       t = t->_nextOther;
-    else if (t->_constraint == cause)
+    else if (isIdle(t))
       t = t->_next;
     else
       return false;

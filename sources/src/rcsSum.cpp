@@ -82,11 +82,26 @@ template <typename Side>
   return Side::Opposite::tighten(v, Side::step(Side::of(v), int32_t(uint32_t(room))));
 }
 
-/// Moves the result's bound to a sum that isn't beyond its other bound.
-template <typename Side>
-static int pushResult(CSint* result, int64_t sum)
+/// The handlers of a sum's constraint on its result.
+static const Handler* onResult(const SigmaData*);
+static const Handler* onResult(const ScalProdData*);
+
+/// Moves the result's bound to a sum that was within its other bound. Told of that, the constraint on the result would
+/// add up all operands once more and find that the bound came from them, as they can't have widened by then. So it
+/// isn't told, where nobody else would be; but with crossed bounds among the operands it is for that constraint to
+/// fail.
+template <typename Side, typename Data>
+static int pushResult(const Data* s, const Sums& sums)
 {
-  return !Side::inside(sum, Side::of(result)) || Side::tighten(result, int32_t(sum));
+  CSint* z = s->_result;
+  const int64_t sum = sumOn<Side>(sums);
+  if (!Side::inside(sum, Side::of(z)))
+    return 1;
+  constexpr uint32_t events = 1u << Side::moved | 1u << Side::fixed;
+  if (hasHoles(z) || sums._lowest > sums._highest ||
+      !isUnheard(z, events, [=](const Tconstraint* t) { return t->_handlers == onResult(s); }))
+    return Side::tighten(z, int32_t(sum));
+  return moveUntold<Side>(z, int32_t(sum));
 }
 
 /// Can the limit on the sum, which is the result's far bound, narrow an operand at all? Not where no values of the
@@ -147,7 +162,7 @@ static int fitOthers(const SigmaData* s, int32_t k)
   Sums sums = sumsOf(s);
   int64_t sum = sumOn<Side>(sums);
   int32_t limit = Side::Opposite::of(s->_result);
-  if (Side::inside(sum, limit) || !pushResult<Side>(s->_result, sum))
+  if (Side::inside(sum, limit) || !pushResult<Side>(s, sums))
     return 0;
   uint64_t room = Side::gap(sum, limit);
   return !isBinding<Side>(limit, sums) || (cutRange<Side>(s, 0, k, room) && cutRange<Side>(s, k + 1, s->_size, room));
@@ -312,7 +327,7 @@ static int fitOthers(ScalProdData* s, int32_t k)
   int32_t min = z->_min, max = z->_max;
   if (sums._highest < min || sums._lowest > max)
     return 0;
-  if (!pushResult<Lower>(z, sums._lowest) || !pushResult<Upper>(z, sums._highest))
+  if (!pushResult<Lower>(s, sums) || !pushResult<Upper>(s, sums))
     return 0;
   Rooms rooms = {._above = Lower::gap(sums._lowest, max), ._below = Upper::gap(sums._highest, min)};
   return sums._widest <= smallerOf(rooms) || (cutRange(s, 0, k, rooms) && cutRange(s, k + 1, s->_size, rooms));
@@ -353,6 +368,10 @@ static const Handler PscalProdVint[6] = {PscalProdVintNewMinEvent, PscalProdVint
 
 static const Handler PscalProdTint[6] = {PscalProdTintNewMinEvent, PscalProdTintNewMaxEvent, PscalProdTintNewMinEvent,
     PscalProdTintNewMaxEvent, PscalProdTintEqEvent, Ptrue};
+
+static const Handler* onResult(const SigmaData*) { return PsigmaVint; }
+
+static const Handler* onResult(const ScalProdData*) { return PscalProdVint; }
 
 // =====================================================================================================================
 // Posting

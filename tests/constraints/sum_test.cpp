@@ -148,6 +148,18 @@ TEST_F(Sums, ForValuesBetweenTheBoundsBothSidesInTurn)
   }
 }
 
+TEST_F(Sums, CrossedBoundsFailWithTheResult)
+{
+  for (bool product : {false, true}) {
+    Vars x = makeVars({"0..9", "0..1"});
+    CSint* z = sumOfTwo(x, product);
+    x[0]->_min = 6; // as an accepted context may leave them
+    x[0]->_max = 2;
+    EXPECT_FALSE(cs_GE(x[1], 1));
+    EXPECT_EQ(z->_min, 7);
+  }
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // The ends of 32 and of 64 bits
 // ---------------------------------------------------------------------------------------------------------------------
