@@ -128,11 +128,20 @@ static int takeFromAll(const AllNeqData* a, const CSint* v)
   CSint** vars = a->_vars;
   const int32_t value = v->_min;
   reopenFallen(a);
+  uint64_t& own = a->_open[i >> 6];
+  const uint64_t bit = own & (uint64_t(1) << (i & 63));
+  own ^= bit;
   for (const uint64_t *word = a->_open, *end = a->_openEnd; word < end; word++, vars += 64)
-    for (uint64_t open = *word; open; open &= open - 1)
-      if (!takeFrom(vars[std::countr_zero(open)], v, value))
+    for (uint64_t others = *word; others; others &= others - 1) {
+      CSint* other = vars[uint32_t(std::countr_zero(others))];
+      // Another position of the variable itself shows only where its one value can't be taken.
+      if (!removeIfHeld(other, value) && other != v) [[unlikely]] {
+        own ^= bit;
         return 0;
-  settle(a, i);
+      }
+    }
+  if (bit)
+    a->_settled[a->_nbSettled++] = markNow(i);
   return 1;
 }
 

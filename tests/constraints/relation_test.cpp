@@ -149,6 +149,12 @@ TEST_F(AllNeq, AVariableTwiceFailsOnlyWhereItIsFixedAtPosting)
   CSint *x = makeVar("3"), *y = makeVar("{0..9}"), *fixed[] = {x, x}, *open[] = {y, y, makeVar("{0..9}")};
   EXPECT_FALSE(cs_AllNeq(fixed, 2));
   EXPECT_TRUE(cs_AllNeq(open, 3) && cs_EQ(y, 4));
+  Vars large = Vars(40, nullptr);
+  for (CSint*& v : large)
+    v = makeVar("{0..99}");
+  large[30] = large[3];
+  EXPECT_TRUE(cs_AllNeq(large.data(), 40) && cs_EQ(large[3], 4));
+  EXPECT_FALSE(cs_isIn(large[2], 4) || cs_isIn(large[31], 4));
 }
 
 TEST_F(AllNeq, TwoFixedAtOnceFail)
@@ -209,7 +215,13 @@ TEST_F(AllNeq, NoneIsPassedOverThatIsFreeAgain)
     EXPECT_TRUE(loses(9)) << depth;
     cs_restoreAll();
   }
+  // One that fails.
   cs_saveContext();
+  ASSERT_TRUE(cs_Eq(v[0], v[39]));
+  EXPECT_FALSE(cs_EQ(v[0], 3));
+  cs_restoreAndSaveContext();
+  EXPECT_TRUE(loses(9));
+  cs_restoreAndSaveContext();
   ASSERT_TRUE(cs_EQ(v[0], 3));
   for (TrailEvent* e; !cs_isIn(v[0], 9);)
     e = _rcsPopEvent(), _rcsRestore(e);
