@@ -524,11 +524,11 @@ static inline Tconstraint* skip(const Tconstraint* t, Filter filter)
   return t->_eventsOn & filter._wanted ? t->_nextOther : nullptr;
 }
 
-/// A profiler counts the calls of each handler. One may be switched on below a call too, where a change starts a flush
-/// of its own.
-static inline bool isWokenInRuns(const Tconstraint* t)
+/// For an attachment that is wanted and has the run bit. A profiler counts the calls of each handler; one may be
+/// switched on below a call too, where a change starts a flush of its own.
+static inline bool isWokenInRuns(uint32_t events, Filter filter)
 {
-  return t->_events & runBit && !IsProfileEnabled && _pq._depth > _pq._depthLimit;
+  return events == (filter._wanted | runBit) && !IsProfileEnabled && _pq._depth > _pq._depthLimit;
 }
 
 /// Gives back all that is pending, also for flushes further out, in one step.
@@ -565,6 +565,13 @@ static void dropQueue()
   while (t) {
     const uint32_t events = t->_events & filter._mask;
     if (events != filter._wanted) {
+      if (isWokenInRuns(events, filter)) {
+        const TconstraintRun run = t->_constraint->_run(change._variable, t, change._event, change._now);
+        t = run._end;
+        if (run._holds)
+          continue;
+        break;
+      }
       if (isUnwanted(events) && !IsProfileEnabled) {
         t = skip(t, filter);
         continue;
@@ -574,13 +581,6 @@ static void dropQueue()
           flagged = t;
         t = t->_next;
         continue;
-      }
-      if (isWokenInRuns(t)) {
-        const TconstraintRun run = t->_constraint->_run(change._variable, t, change._event, change._now);
-        t = run._end;
-        if (run._holds)
-          continue;
-        break;
       }
     }
     if (!wake(change, t))
@@ -648,19 +648,19 @@ int flushChange(CSint* variable, size_t event, int32_t old, int32_t now)
     do {
       const uint32_t events = t->_events & filter._mask;
       if (events != filter._wanted) {
-        if (isUnwanted(events) && !IsProfileEnabled) {
-          t = skip(t, filter);
-          continue;
-        }
-        if (events & statefulBit)
-          return wakeRest(variable, event, old, now, t);
-        if (isWokenInRuns(t)) {
+        if (isWokenInRuns(events, filter)) {
           const TconstraintRun run = t->_constraint->_run(variable, t, event, now);
           t = run._end;
           if (!run._holds) [[unlikely]]
             return failFlush(variable, event, old, now, t, nullptr);
           continue;
         }
+        if (isUnwanted(events) && !IsProfileEnabled) {
+          t = skip(t, filter);
+          continue;
+        }
+        if (events & statefulBit)
+          return wakeRest(variable, event, old, now, t);
       }
       if (!wake({variable, event, old, now}, t)) [[unlikely]]
         return failFlush(variable, event, old, now, t, nullptr);
