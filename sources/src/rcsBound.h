@@ -22,7 +22,6 @@ struct Lower
   static constexpr EventKind fixed = NewMinEq;
 
   static int32_t of(const CSint* v) { return v->_min; }
-  static void put(CSint* v, int32_t value) { v->_min = value; }
   static int32_t told(const CSint* v) { return v->_propMin; }
   static void noteTold(CSint* v, int32_t value) { v->_propMin = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMin(v, value); }
@@ -39,7 +38,6 @@ struct Upper
   static constexpr EventKind fixed = NewMaxEq;
 
   static int32_t of(const CSint* v) { return v->_max; }
-  static void put(CSint* v, int32_t value) { v->_max = value; }
   static int32_t told(const CSint* v) { return v->_propMax; }
   static void noteTold(CSint* v, int32_t value) { v->_propMax = value; }
   static int tighten(CSint* v, int32_t value) { return rcsSetMax(v, value); }
@@ -81,10 +79,6 @@ inline int removeIfHeld(CSint* v, int32_t value) { return removeIfHeld(v, value,
 inline bool hasHoles(const CSint* v) { return v->_domain && v->_nbElements != wrapCount(v->_min, v->_max); }
 
 inline int fixIfHeld(CSint* v, int32_t value) { return holds(v, value) ? rcsSetValue(v, value) : 0; }
-
-/// As tighten, for a variable without holes and a value inside of its bound, but tells nobody.
-template <typename Side>
-int moveUntold(CSint* v, int32_t value);
 
 /// How far an order keeps the bounds of its two sides apart.
 constexpr int32_t loose = 0, strict = 1;

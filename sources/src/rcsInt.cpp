@@ -359,23 +359,6 @@ int rcsSetMax(CSint* variable, int32_t value)
   return lowerMax(variable, value);
 }
 
-template <typename Side>
-int moveUntold(CSint* v, int32_t value)
-{
-  if (Side::inside(value, Side::Opposite::of(v)))
-    return 0;
-  if (!hasRoom(_e) && !makeRoom(_e)) [[unlikely]]
-    return 0;
-  writeOld(v, Side::moved, Side::of(v), v->_nbElements);
-  Side::put(v, value);
-  Side::noteTold(v, value);
-  v->_nbElements = wrapCount(v->_min, v->_max);
-  return 1;
-}
-
-template int moveUntold<Lower>(CSint*, int32_t);
-template int moveUntold<Upper>(CSint*, int32_t);
-
 /// A value strictly inside takes two trail records, of which the first stands when the second can't be had.
 static int fixInside(CSint* v, int32_t value)
 {

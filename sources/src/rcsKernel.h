@@ -115,4 +115,11 @@ inline bool isUnheard(const CSint* variable, uint32_t events, IsIdle isIdle)
   return true;
 }
 
+/// Lets the newest change of the queue, if it is one of the variable, wake nobody. It is noted as told in its turn.
+inline void hush(const CSint* variable)
+{
+  if (_pq._head && _pq._tail->_variable == variable)
+    _pq._tail->_attachments = nullptr;
+}
+
 #endif

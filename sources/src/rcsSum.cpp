@@ -98,10 +98,13 @@ static int pushResult(const Data* s, const Sums& sums)
   if (!Side::inside(sum, Side::of(z)))
     return 1;
   constexpr uint32_t events = 1u << Side::moved | 1u << Side::fixed;
-  if (hasHoles(z) || sums._lowest > sums._highest ||
-      !isUnheard(z, events, [=](const Tconstraint* t) { return t->_handlers == onResult(s); }))
-    return Side::tighten(z, int32_t(sum));
-  return moveUntold<Side>(z, int32_t(sum));
+  const bool unheard = !hasHoles(z) && sums._lowest <= sums._highest &&
+                       isUnheard(z, events, [=](const Tconstraint* t) { return t->_handlers == onResult(s); });
+  if (!Side::tighten(z, int32_t(sum)))
+    return 0;
+  if (unheard)
+    hush(z);
+  return 1;
 }
 
 /// Can the limit on the sum, which is the result's far bound, narrow an operand at all? Not where no values of the
