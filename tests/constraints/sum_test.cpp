@@ -160,6 +160,22 @@ TEST_F(Sums, CrossedBoundsFailWithTheResult)
   }
 }
 
+TEST_F(Sums, TheResultsBoundIsNotedAsToldInItsTurn)
+{
+  for (bool product : {false, true}) {
+    Vars x = makeVars({"0..9", "0..9"});
+    CSint* above = makeVar("0..20");
+    ASSERT_TRUE(cs_Lt(x[0], above));
+    CSint* z = sumOfTwo(x, product);
+    EXPECT_TRUE(cs_GE(x[0], 2));
+    EXPECT_EQ(z->_propMin, 2);
+    above->_max = 1; // so that the order fails, which is asked after the sum
+    EXPECT_FALSE(cs_GE(x[0], 5));
+    EXPECT_EQ(z->_min, 5);
+    EXPECT_EQ(z->_propMin, 2);
+  }
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // The ends of 32 and of 64 bits
 // ---------------------------------------------------------------------------------------------------------------------
